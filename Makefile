@@ -1,0 +1,27 @@
+# The two commands of the README: `make demo` and `make test`. Both install what is missing first.
+BUILD ?= build
+JOBS ?= $(shell nproc)
+CMAKE_ARGS ?=
+
+.PHONY: deps configure build test demo docs clean
+
+deps:
+	bash scripts/install-deps
+
+configure: deps
+	cmake -S . -B $(BUILD) $(CMAKE_ARGS)
+
+build: configure
+	cmake --build $(BUILD) -j $(JOBS)
+
+test: build
+	cd $(BUILD) && xvfb-run -a -s "-screen 0 1280x1024x24" ctest --output-on-failure -j $(JOBS)
+
+demo: build
+	bash scripts/run-demo $(BUILD)
+
+docs: configure
+	cmake --build $(BUILD) --target docs
+
+clean:
+	rm -rf $(BUILD)
