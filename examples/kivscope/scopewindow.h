@@ -1,0 +1,56 @@
+#ifndef KIVSCOPE_SCOPEWINDOW_H
+#define KIVSCOPE_SCOPEWINDOW_H
+
+#include "producers.h"
+
+#include <QElapsedTimer>
+#include <QMainWindow>
+
+class KivDataSet;
+class KivWidget;
+class QLabel;
+
+// An instrument front panel: a 2 x 2 Kiv panel fed by producer threads, with a status line.
+class ScopeWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    struct Options
+    {
+        double rate = 2000.0;        // samples per second and producer
+        unsigned long window = 4000; // samples kept by the time series
+    };
+
+    explicit ScopeWindow(const Options& options, QWidget* parent = nullptr);
+    ~ScopeWindow() override;
+
+    double samplesPerSecond() const { return lastSampleRate; }
+    double framesPerSecond() const { return lastFrameRate; }
+    // Writes the whole window and every graph's frame buffer as PNG files into `dir`.
+    bool saveScreenshots(const QString& dir);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void buildTimeSeries();
+    void buildScope();
+    void buildLissajous();
+    void buildBars();
+    void updateStatus();
+
+    Options options;
+    KivWidget* panel;
+    QLabel* status;
+    Producers producers;
+    QElapsedTimer clock;
+    unsigned long long lastSamples = 0;
+    unsigned long long frames = 0;
+    unsigned long long lastFrames = 0;
+    qint64 lastTime = 0;
+    double lastSampleRate = 0.0;
+    double lastFrameRate = 0.0;
+};
+
+#endif
