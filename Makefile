@@ -3,7 +3,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_ARGS ?=
 
-.PHONY: deps configure build test demo docs clean
+.PHONY: deps configure build test demo docs clean tsan asan
 
 deps:
 	bash scripts/install-deps
@@ -25,3 +25,10 @@ docs: configure
 
 clean:
 	rm -rf $(BUILD)
+
+# Sanitizer runs of the whole suite (ThreadSanitizer for the threaded store, AddressSanitizer
+# for memory): `make tsan`, `make asan`.
+tsan asan: deps
+	cmake -S . -B build-$@ -DKIV_SANITIZE=$(subst tsan,thread,$(subst asan,address,$@)) -DKIV_BUILD_BENCH=OFF -DKIV_BUILD_EXAMPLES=OFF
+	cmake --build build-$@ -j $(JOBS)
+	cd build-$@ && xvfb-run -a -s "-screen 0 1280x1024x24" ctest --output-on-failure -j $(JOBS) $(CTEST_ARGS)
