@@ -1,0 +1,97 @@
+#include "kivlegend.h"
+
+#include "kiv_dataset.h"
+
+#include <QBoxLayout>
+#include <QCheckBox>
+#include <QColor>
+#include <QPixmap>
+
+namespace {
+const QMargins LegendMargins(6, 0, 6, 0);
+}
+
+KivLegend::KivLegend(QWidget* parent)
+    : QWidget(parent)
+{
+    boxLayout = new QHBoxLayout;
+    boxLayout->setContentsMargins(LegendMargins);
+    setLayout(boxLayout);
+}
+
+QIcon KivLegend::swatch(const QSize& size, const QColor& color)
+{
+    QPixmap pixmap(size);
+    pixmap.fill(color);
+    return QIcon(pixmap);
+}
+
+void KivLegend::addDataSet(KivDataSet* dataSet)
+{
+    if (!dataSet || checkBoxes.contains(dataSet))
+        return;
+    auto* box = new QCheckBox(dataSet->getLabel());
+    box->setIcon(swatch(box->iconSize(), dataSet->getColor()));
+    boxLayout->addWidget(box);
+    checkBoxes.insert(dataSet, box);
+    box->setChecked(dataSet->isVisible());
+
+    connect(box, SIGNAL(toggled(bool)), dataSet, SLOT(setVisible(bool)));
+    connect(dataSet, SIGNAL(labelChanged(QString)), this, SLOT(updateLabel(QString)));
+    connect(dataSet, SIGNAL(colorChanged(QColor)), this, SLOT(updateColor(QColor)));
+}
+
+void KivLegend::removeDataSet(KivDataSet* dataSet)
+{
+    QCheckBox* box = checkBoxes.take(dataSet);
+    if (!box)
+        return;
+    // The series outlives its box only briefly; later label or colour changes find no box.
+    disconnect(dataSet, nullptr, this, nullptr);
+    box->deleteLater();
+}
+
+void KivLegend::setDataSetVisible(KivDataSet* dataSet, bool visible)
+{
+    if (QCheckBox* box = checkBoxes.value(dataSet))
+        box->setChecked(visible);
+}
+
+bool KivLegend::hasText() const
+{
+    for (const QCheckBox* box : checkBoxes) {
+        if (!box->text().isEmpty())
+            return true;
+    }
+    return false;
+}
+
+void KivLegend::setLegendLayout(KivLegendLayout layout)
+{
+    delete boxLayout;
+    if (layout == LegendRight)
+        boxLayout = new QVBoxLayout;
+    else
+        boxLayout = new QHBoxLayout;
+    boxLayout->setContentsMargins(LegendMargins);
+    for (QCheckBox* box : qAsConst(checkBoxes))
+        boxLayout->addWidget(box);
+    setLayout(boxLayout);
+}
+
+QCheckBox* KivLegend::senderCheckBox() const
+{
+    return checkBoxes.value(qobject_cast<KivDataSet*>(sender()));
+}
+
+void KivLegend::updateLabel(const QString& label)
+{
+    if (QCheckBox* box = senderCheckBox())
+        box->setText(label);
+}
+
+void KivLegend::updateColor(const QColor& color)
+{
+    if (QCheckBox* box = senderCheckBox())
+        box->setIcon(swatch(box->iconSize(), color));
+}
