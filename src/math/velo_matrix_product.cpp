@@ -1,0 +1,253 @@
+// Dense matrix products: the straightforward kernels for small operands and a
+// cache-blocked, packed kernel for large ones.
+
+#include "velo_matrix.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace velo {
+
+namespace {
+
+// Above this size in every dimension the blocked kernel pays for its packing.
+constexpr VoSize BlockedLimit = 258;
+
+// The trivial kernels work on column strips of this width when the result is wide.
+constexpr VoSize StripWidth = 5;
+constexpr VoSize StripMinCols = 14;
+
+// ---- Blocked kernel ----
+// Blocks of A (MC x KC) and B (KC x NC) are packed into contiguous panels that the
+// MR x NR micro-kernel streams through; the packing buffers live on the stack so
+// that the product never allocates.
+
+typedef double Packet __attribute__((vector_size(16)));
+
+constexpr VoSize MR = 4;
+constexpr VoSize NR = 4;
+constexpr VoSize MC = 64;
+constexpr VoSize KC = 256;
+constexpr VoSize NC = 256;
+
+// Element (k, j) of the right operand, b itself or b transposed.
+template <bool Transposed>
+inline double rightElement(const VoMatrix& b, VoSize k, VoSize j)
+{
+    return Transposed ? b.data[j * b.stride + k] : b.data[k * b.stride + j];
+}
+
+// A block of rows [i0, i0 + mc) and depth [k0, k0 + kc) as MR-row panels, zero padded.
+void packLeft(double* dst, const VoMatrix& a, VoSize i0, VoSize mc, VoSize k0, VoSize kc)
+{
+    for (VoSize ip = 0; ip < mc; ip += MR) {
+        const VoSize rowsHere = std::min(MR, mc - ip);
+        for (VoSize r = 0; r < MR; ++r) {
+            if (r < rowsHere) {
+                const double* src = a.data + (i0 + ip + r) * a.stride + k0;
+                for (VoSize k = 0; k < kc; ++k)
+                    dst[k * MR + r] = src[k];
+            } else {
+                for (VoSize k = 0; k < kc; ++k)
+                    dst[k * MR + r] = 0.0;
+            }
+        }
+        dst += MR * kc;
+    }
+}
+
+// B block of depth [k0, k0 + kc) and columns [j0, j0 + nc) as NR-column panels, zero padded.
+template <bool Transposed>
+void packRight(double* dst, const VoMatrix& b, VoSize k0, VoSize kc, VoSize j0, VoSize nc)
+{
+    for (VoSize jp = 0; jp < nc; jp += NR) {
+        const VoSize colsHere = std::min(NR, nc - jp);
+        if (!Transposed && colsHere == NR) {
+            for (VoSize k = 0; k < kc; ++k) {
+                const double* src = b.data + (k0 + k) * b.stride + j0 + jp;
+                std::memcpy(dst + k * NR, src, NR * sizeof(double));
+            }
+        } else {
+            for (VoSize k = 0; k < kc; ++k)
+                for (VoSize c = 0; c < NR; ++c)
+                    dst[k * NR + c] = c < colsHere ? rightElement<Transposed>(b, k0 + k, j0 + jp + c) : 0.0;
+        }
+        dst += NR * kc;
+    }
+}
+
+// c (MR x NR, row distance ldc) += packed A panel * packed B panel over kc.
+inline void microKernel(VoSize kc, const double* __restrict ap, const double* __restrict bp, double* c,
+                        VoSize ldc, VoSize rowsHere, VoSize colsHere)
+{
+    Packet c00 = {0, 0}, c01 = {0, 0}, c10 = {0, 0}, c11 = {0, 0};
+    Packet c20 = {0, 0}, c21 = {0, 0}, c30 = {0, 0}, c31 = {0, 0};
+    for (VoSize k = 0; k < kc; ++k) {
+        Packet b0, b1;
+        std::memcpy(&b0, bp, sizeof b0);
+        std::memcpy(&b1, bp + 2, sizeof b1);
+        const Packet a0 = {ap[0], ap[0]};
+        const Packet a1 = {ap[1], ap[1]};
+        const Packet a2 = {ap[2], ap[2]};
+        const Packet a3 = {ap[3], ap[3]};
+        c00 += a0 * b0;
+        c01 += a0 * b1;
+        c10 += a1 * b0;
+        c11 += a1 * b1;
+        c20 += a2 * b0;
+        c21 += a2 * b1;
+        c30 += a3 * b0;
+        c31 += a3 * b1;
+        ap += MR;
+        bp += NR;
+    }
+    alignas(16) double tile[MR * NR];
+    std::memcpy(tile + 0, &c00, sizeof c00);
+    std::memcpy(tile + 2, &c01, sizeof c01);
+    std::memcpy(tile + 4, &c10, sizeof c10);
+    std::memcpy(tile + 6, &c11, sizeof c11);
+    std::memcpy(tile + 8, &c20, sizeof c20);
+    std::memcpy(tile + 10, &c21, sizeof c21);
+    std::memcpy(tile + 12, &c30, sizeof c30);
+    std::memcpy(tile + 14, &c31, sizeof c31);
+    for (VoSize r = 0; r < rowsHere; ++r)
+        for (VoSize col = 0; col < colsHere; ++col)
+            c[r * ldc + col] += tile[r * NR + col];
+}
+
+// result := a * op(b), op(b) = b or b transposed.
+template <bool Transposed>
+void blockedProduct(VoMatrix& result, const VoMatrix& a, const VoMatrix& b)
+{
+    const VoSize m = a.rows;
+    const VoSize depth = a.cols;
+    const VoSize n = Transposed ? b.rows : b.cols;
+    for (VoSize r = 0; r < m; ++r)
+        std::fill(result.data + r * result.stride, result.data + r * result.stride + n, 0.0);
+
+    alignas(64) double packedA[MC * KC];
+    alignas(64) double packedB[KC * NC];
+    for (VoSize j0 = 0; j0 < n; j0 += NC) {
+        const VoSize nc = std::min(NC, n - j0);
+        for (VoSize k0 = 0; k0 < depth; k0 += KC) {
+            const VoSize kc = std::min(KC, depth - k0);
+            packRight<Transposed>(packedB, b, k0, kc, j0, nc);
+            for (VoSize i0 = 0; i0 < m; i0 += MC) {
+                const VoSize mc = std::min(MC, m - i0);
+                packLeft(packedA, a, i0, mc, k0, kc);
+                for (VoSize jp = 0; jp < nc; jp += NR) {
+                    const double* bp = packedB + jp * kc;
+                    for (VoSize ip = 0; ip < mc; ip += MR) {
+                        double* c = result.data + (i0 + ip) * result.stride + j0 + jp;
+                        microKernel(kc, packedA + ip * kc, bp, c, result.stride, std::min(MR, mc - ip),
+                                    std::min(NR, nc - jp));
+                    }
+                }
+            }
+        }
+    }
+}
+
+} // namespace
+
+void Matrix::setMatMulMat(const VoMatrix& a, const VoMatrix& b)
+{
+    if (rows > BlockedLimit && cols > BlockedLimit && a.cols > BlockedLimit)
+        setMatMulMatBlocked(a, b);
+    else
+        setMatMulMatTrivial(a, b);
+}
+
+void Matrix::setMatMulMatTrivial(const VoMatrix& a, const VoMatrix& b)
+{
+    const VoSize m = a.rows;
+    const VoSize depth = a.cols;
+    const VoSize n = b.cols;
+    for (VoSize i = 0; i < m; ++i)
+        std::fill(data + i * stride, data + i * stride + n, 0.0);
+    if (n <= StripMinCols) {
+        for (VoSize i = 0; i < m; ++i) {
+            double* out = data + i * stride;
+            const double* ai = a.data + i * a.stride;
+            for (VoSize k = 0; k < depth; ++k) {
+                const double aik = ai[k];
+                const double* bk = b.data + k * b.stride;
+                for (VoSize j = 0; j < n; ++j)
+                    out[j] += aik * bk[j];
+            }
+        }
+        return;
+    }
+    // Strips of five result columns, the sums held in registers; the last
+    // strip takes the remaining columns.
+    for (VoSize j0 = 0; j0 < n; j0 += StripWidth) {
+        const VoSize width = std::min(StripWidth, n - j0);
+        for (VoSize i = 0; i < m; ++i) {
+            const double* ai = a.data + i * a.stride;
+            double* out = data + i * stride + j0;
+            if (width == StripWidth) {
+                double s0 = 0.0, s1 = 0.0, s2 = 0.0, s3 = 0.0, s4 = 0.0;
+                const double* bk = b.data + j0;
+                for (VoSize k = 0; k < depth; ++k, bk += b.stride) {
+                    const double aik = ai[k];
+                    s0 += aik * bk[0];
+                    s1 += aik * bk[1];
+                    s2 += aik * bk[2];
+                    s3 += aik * bk[3];
+                    s4 += aik * bk[4];
+                }
+                out[0] = s0;
+                out[1] = s1;
+                out[2] = s2;
+                out[3] = s3;
+                out[4] = s4;
+            } else {
+                for (VoSize k = 0; k < depth; ++k) {
+                    const double aik = ai[k];
+                    const double* bk = b.data + k * b.stride + j0;
+                    for (VoSize j = 0; j < width; ++j)
+                        out[j] += aik * bk[j];
+                }
+            }
+        }
+    }
+}
+
+void Matrix::setMatMulMatBlocked(const VoMatrix& a, const VoMatrix& b)
+{
+    blockedProduct<false>(*this, a, b);
+}
+
+void Matrix::setMatMulTransMat(const VoMatrix& a, const VoMatrix& b)
+{
+    if (rows > BlockedLimit && cols > BlockedLimit && a.cols > BlockedLimit)
+        setMatMulTransMatBlocked(a, b);
+    else
+        setMatMulTransMatTrivial(a, b);
+}
+
+void Matrix::setMatMulTransMatTrivial(const VoMatrix& a, const VoMatrix& b)
+{
+    // Rows of a against rows of b: both contiguous, one dot product per element.
+    const VoSize m = a.rows;
+    const VoSize depth = a.cols;
+    const VoSize n = b.rows;
+    for (VoSize i = 0; i < m; ++i) {
+        const double* ai = a.data + i * a.stride;
+        double* out = data + i * stride;
+        for (VoSize j = 0; j < n; ++j) {
+            const double* bj = b.data + j * b.stride;
+            double sum = 0.0;
+            for (VoSize k = 0; k < depth; ++k)
+                sum += ai[k] * bj[k];
+            out[j] = sum;
+        }
+    }
+}
+
+void Matrix::setMatMulTransMatBlocked(const VoMatrix& a, const VoMatrix& b)
+{
+    blockedProduct<true>(*this, a, b);
+}
+
+} // namespace velo
