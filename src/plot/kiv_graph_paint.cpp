@@ -1,0 +1,602 @@
+#include "kiv_graph.h"
+#include "kiv_dataset.h"
+
+#include <QFontMetrics>
+#include <QPainter>
+
+#include <cmath>
+
+namespace {
+
+// Thickness of the scroll bars in pixels, shared with the pointer hit tests.
+const double ScrollBarPixels = 12.0;
+// Upper bound of grid lines or labels per axis: a span that is tiny against its values
+// would otherwise never advance v += step.
+const int MaxGridLines = 1000;
+
+struct AxisMap {
+    double s;
+    double o;
+    double toGraph(double v) const { return s * (v + o); }
+};
+
+AxisMap axisMap(const KivAxisInfo& axis)
+{
+    return AxisMap { 2.0 / (axis.displayMax - axis.displayMin), -(axis.displayMax + axis.displayMin) * 0.5 };
+}
+
+bool usableStep(const KivAxisInfo& axis)
+{
+    return axis.gridStep > 0.0 && std::isfinite(axis.gridStep) && std::isfinite(axis.displayMin)
+        && std::isfinite(axis.displayMax) && axis.displayMax > axis.displayMin;
+}
+
+double clampUnit(double v)
+{
+    return v < -1.0 ? -1.0 : (v > 1.0 ? 1.0 : v);
+}
+
+} // namespace
+
+// Frame order: background and grid, then the series from the last to the first so that
+// the first series ends on top, then overlays, then the text layer with QPainter.
+void KivGraph::paintGL()
+{
+    glMatrixMode(GL_MODELVIEW);
+    glPushMatrix();
+    glClearColor(float(m_backgroundColor.red()), float(m_backgroundColor.green()),
+                 float(m_backgroundColor.blue()), float(m_backgroundColor.alpha()));
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+
+    bool anyData = false;
+    for (const KivDataSet* ds : qAsConst(m_dataSets)) {
+        if (ds->getItemCount() > 0) {
+            anyData = true;
+            break;
+        }
+    }
+    if (!anyData) {
+        if (!m_noDataText.isEmpty()) {
+            QPainter painter(this);
+            painter.setPen(QColor(0, 0, 0));
+            painter.drawText(QRect(0, 0, width(), height()), Qt::AlignCenter, m_noDataText);
+        }
+        return;
+    }
+
+    m_updateRequested = false;
+    m_painting.fetchAndStoreOrdered(1);
+    recalculateScales(m_axes);
+
+    // Everything lies at z = 0. The depth test stays on, but a later primitive must win over
+    // an earlier one at the same depth, whatever state the last frame's QPainter left behind.
+    glEnable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LEQUAL);
+    glDisable(GL_BLEND);
+    glDisable(GL_LINE_STIPPLE);
+    glUseProgram(0);
+
+    drawBackground(nullptr);
+
+    velo::MatrixF<3, 2> box;
+    for (int a = 0; a < 3; ++a) {
+        box(a, 0) = m_axes.at(a).scaleMin;
+        box(a, 1) = m_axes.at(a).scaleMax;
+    }
+    bool outOfRange = false;
+    for (int i = m_dataSets.size() - 1; i >= 0; --i) {
+        KivDataSet* ds = m_dataSets.at(i);
+        if (ds->getItemCount() == 0)
+            continue;
+        ds->display(box);
+        if (!m_validRangeText.isEmpty()) {
+            const velo::Matrix& extent = ds->getLastMinMax();
+            if (m_validMin > extent(1, 0) || extent(1, 1) > m_validMax)
+                outOfRange = true;
+        }
+    }
+
+    drawAfterGraphs(nullptr);
+    glPopMatrix();
+
+    QList<KivAxisInfo> settled = m_axes;
+    recalculateScales(settled);
+    if (settled != m_axes)
+        forceScheduleUpdate();
+
+    QPainter painter(this);
+    drawForeground(&painter);
+    if (outOfRange) {
+        painter.setPen(palette().brush(QPalette::WindowText).color());
+        const QRect bounds = QFontMetrics(font()).boundingRect(m_validRangeText);
+        painter.drawText(QRect(0, 0, width(), bounds.bottom() - bounds.top() + 1), Qt::AlignCenter,
+                         m_validRangeText);
+    }
+    painter.end();
+
+    m_painting.fetchAndStoreOrdered(0);
+}
+
+void KivGraph::drawBackground(QPainter*)
+{
+    glLineWidth(1.0f);
+    KivAxisInfo& ax = m_axes[0];
+    KivAxisInfo& ay = m_axes[1];
+    const AxisMap mx = axisMap(ax);
+    const AxisMap my = axisMap(ay);
+    if (m_heightBasedGrid) {
+        int decimals = 0;
+        ay.gridStep = getScale((ay.displayMax - ay.displayMin) / (height() / 56.0), decimals);
+        ax.gridStep = getScale((ax.displayMax - ax.displayMin) / (width() / 120.0), decimals);
+    }
+
+    const KivDataSet* first = m_dataSets.isEmpty() ? nullptr : m_dataSets.first();
+    const bool timeSeries = dimensions() == 1 && first->getMaxItemCount() != 0;
+    const bool categories = timeSeries && first->hasStyle(KivDataStyleBar, KivDataStyleShapeMask);
+
+    if (!m_validRangeText.isEmpty()) {
+        const double a = my.toGraph(m_validMax);
+        const double b = my.toGraph(m_validMin);
+        // Clamped so that far-away limits stay within float range; the picture is the same.
+        const double qa = clampUnit(a);
+        const double qb = clampUnit(b);
+        glColor3d(1.0, 1.0, 0.7);
+        glBegin(GL_QUADS);
+        glVertex2d(-1.0, qa);
+        glVertex2d(0.9999, qa);
+        glVertex2d(0.9999, 1.0);
+        glVertex2d(-1.0, 1.0);
+        glVertex2d(-1.0, qb);
+        glVertex2d(0.9999, qb);
+        glVertex2d(0.9999, -1.0);
+        glVertex2d(-1.0, -1.0);
+        glEnd();
+        glColor3d(0.75, 0.5, 0.0);
+        glBegin(GL_LINES);
+        if (a == qa) {
+            glVertex2d(-1.0, a);
+            glVertex2d(0.9999, a);
+        }
+        if (b == qb) {
+            glVertex2d(-1.0, b);
+            glVertex2d(0.9999, b);
+        }
+        glEnd();
+    }
+
+    glColor3d(0.5, 0.5, 0.5);
+    glLineStipple(1, 0x9249);
+    glEnable(GL_LINE_STIPPLE);
+    glBegin(GL_LINES);
+    if (usableStep(ax) && !categories) {
+        double v = std::ceil(ax.displayMin / ax.gridStep) * ax.gridStep;
+        for (int n = 0; ax.displayMax > v && n < MaxGridLines; ++n) {
+            const double x = mx.toGraph(v);
+            glVertex2d(x, -1.0);
+            glVertex2d(x, 1.0);
+            v += ax.gridStep;
+        }
+    }
+    if (usableStep(ay)) {
+        double v = std::ceil(ay.displayMin / ay.gridStep) * ay.gridStep;
+        for (int n = 0; ay.displayMax > v && n < MaxGridLines; ++n) {
+            const double y = my.toGraph(v);
+            glVertex2d(-1.0, y);
+            glVertex2d(1.0, y);
+            v += ay.gridStep;
+        }
+    }
+    glEnd();
+    glDisable(GL_LINE_STIPPLE);
+
+    glColor3d(0.0, 0.0, 0.0);
+    glLineWidth(1.5f);
+    glBegin(GL_LINES);
+    if ((ax.style & KivAxisStyleZeroLine) && ay.displayMin < 0.0 && 0.0 < ay.displayMax) {
+        const double y = my.s * my.o;
+        glVertex2d(-1.0, y);
+        glVertex2d(1.0, y);
+    }
+    if ((ay.style & KivAxisStyleZeroLine) && ax.displayMin < 0.0 && 0.0 < ax.displayMax) {
+        const double x = timeSeries ? mx.s * (mx.o - 1.0) : mx.s * mx.o;
+        glVertex2d(x, -1.0);
+        glVertex2d(x, 1.0);
+    }
+    glEnd();
+    glLineWidth(1.0f);
+}
+
+void KivGraph::drawAfterGraphs(QPainter*)
+{
+    const velo::MatrixF<3, 2> box = calculateMinMaxScales();
+    const std::pair<bool, Qt::MouseButton> down = isMouseButtonDown();
+    if (down.first) {
+        const PanZoomInfo& r = getPanZoomInfo(down.second);
+        if (m_controlState == ControlZoom)
+            drawSelectionRectangle(r.startPos, r.endPos);
+        else if (m_controlState == ControlPan && !isHorizontalScrollBarSliderActive()
+                 && !isVerticalScrollBarSliderActive())
+            drawPanArrow(r.endPos, r.startPos);
+    }
+    drawHorizontalScrollBar(box);
+    drawVerticalScrollBar(box);
+}
+
+void KivGraph::drawGraph(QPainter*)
+{
+}
+
+void KivGraph::drawSelectionRectangle(const QPointF& a, const QPointF& b)
+{
+    glEnable(GL_BLEND);
+    glDisable(GL_DEPTH_TEST);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+
+    glColor4d(0.0, 0.0, 1.0, 0.2);
+    glBegin(GL_POLYGON);
+    glVertex2d(a.x(), a.y());
+    glVertex2d(b.x(), a.y());
+    glVertex2d(b.x(), b.y());
+    glVertex2d(a.x(), b.y());
+    glEnd();
+
+    glColor4d(0.0, 0.0, 0.4, 0.8);
+    glLineWidth(1.5f);
+    glBegin(GL_LINE_LOOP);
+    glVertex2d(a.x(), a.y());
+    glVertex2d(b.x(), a.y());
+    glVertex2d(b.x(), b.y());
+    glVertex2d(a.x(), b.y());
+    glEnd();
+    // Guides from the axes to the corners.
+    glBegin(GL_LINES);
+    glVertex2d(-1.0, a.y());
+    glVertex2d(a.x(), a.y());
+    glVertex2d(-1.0, b.y());
+    glVertex2d(a.x(), b.y());
+    glVertex2d(a.x(), -1.0);
+    glVertex2d(a.x(), a.y());
+    glVertex2d(b.x(), -1.0);
+    glVertex2d(b.x(), b.y());
+    glEnd();
+
+    // The rectangle's extent on the two scroll-bar bands.
+    const double band = 2.0 * (ScrollBarPixels / width()) - 1.0;
+    const double bandY = 2.0 * (ScrollBarPixels / height()) - 1.0;
+    glColor4d(0.0, 0.0, 1.0, 0.2);
+    glBegin(GL_POLYGON);
+    glVertex2d(-1.0, a.y());
+    glVertex2d(band, a.y());
+    glVertex2d(band, b.y());
+    glVertex2d(-1.0, b.y());
+    glEnd();
+    glBegin(GL_POLYGON);
+    glVertex2d(a.x(), -1.0);
+    glVertex2d(b.x(), -1.0);
+    glVertex2d(b.x(), bandY);
+    glVertex2d(a.x(), bandY);
+    glEnd();
+
+    glLineWidth(1.0f);
+    glDisable(GL_BLEND);
+    glEnable(GL_DEPTH_TEST);
+}
+
+void KivGraph::generateArrow(int direction, std::vector<QPointF>& shape) const
+{
+    // A head 12 pixels long and 10 wide with its tip at the origin, pointing right.
+    shape = { QPointF(0.0, 0.0), QPointF(-12.0, 5.0), QPointF(-12.0, -5.0) };
+    for (QPointF& p : shape) {
+        switch (direction & 3) {
+        case 1: p = QPointF(-p.y(), p.x()); break;   // up
+        case 2: p = QPointF(-p.x(), -p.y()); break;  // left
+        case 3: p = QPointF(p.y(), -p.x()); break;   // down
+        default: break;
+        }
+    }
+}
+
+void KivGraph::drawArrow(const QPointF& at, const std::vector<QPointF>& shape)
+{
+    // shape is in pixels (y up); convert to graph units around at.
+    const double px = 2.0 / width();
+    const double py = 2.0 / height();
+    glBegin(GL_POLYGON);
+    for (const QPointF& p : shape)
+        glVertex2d(at.x() + p.x() * px, at.y() + p.y() * py);
+    glEnd();
+}
+
+void KivGraph::drawPanArrow(const QPointF& from, const QPointF& to)
+{
+    const double dx = (to.x() - from.x()) * width() * 0.5;
+    const double dy = (to.y() - from.y()) * height() * 0.5;
+    if (dx == 0.0 && dy == 0.0)
+        return;
+    glEnable(GL_BLEND);
+    glDisable(GL_DEPTH_TEST);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glColor4d(0.0, 0.0, 0.4, 0.8);
+    glLineWidth(1.5f);
+    glBegin(GL_LINES);
+    glVertex2d(from.x(), from.y());
+    glVertex2d(to.x(), to.y());
+    glEnd();
+    int direction = 0;
+    if (std::fabs(dx) >= std::fabs(dy))
+        direction = dx >= 0.0 ? 0 : 2;
+    else
+        direction = dy >= 0.0 ? 1 : 3;
+    std::vector<QPointF> shape;
+    generateArrow(direction, shape);
+    drawArrow(to, shape);
+    glLineWidth(1.0f);
+    glDisable(GL_BLEND);
+    glEnable(GL_DEPTH_TEST);
+}
+
+bool KivGraph::isHorizontalScrollbarVisible(const velo::MatrixF<3, 2>& box) const
+{
+    const KivAxisInfo& x = m_axes.at(0);
+    return x.scaleMin > box(0, 0) || box(0, 1) > x.scaleMax;
+}
+
+bool KivGraph::isVerticalScrollbarVisible(const velo::MatrixF<3, 2>& box) const
+{
+    if (m_autoScaleMethod != KivNoAutoScale)
+        return false;
+    const KivAxisInfo& y = m_axes.at(1);
+    return y.scaleMin > box(1, 0) || box(1, 1) > y.scaleMax;
+}
+
+void KivGraph::drawHorizontalScrollBar(const velo::MatrixF<3, 2>& box)
+{
+    if (!isHorizontalScrollbarVisible(box))
+        return;
+    QPointF lo;
+    QPointF hi;
+    scalePointToGraphPos(QPointF(m_axes.at(0).scaleMin, m_axes.at(1).scaleMin), box, lo);
+    scalePointToGraphPos(QPointF(m_axes.at(0).scaleMax, m_axes.at(1).scaleMax), box, hi);
+    // The view may reach past the data; the slider still stays on its track.
+    const double left = clampUnit(std::isnan(lo.x()) ? -1.0 : lo.x());
+    const double right = clampUnit(std::isnan(hi.x()) ? 1.0 : hi.x());
+    const double top = 2.0 * (ScrollBarPixels / height()) - 1.0;
+
+    glEnable(GL_BLEND);
+    glDisable(GL_DEPTH_TEST);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glColor4d(0.0, 0.0, 1.0, 0.2);
+    glBegin(GL_POLYGON);
+    glVertex2d(-1.0, -1.0);
+    glVertex2d(1.0, -1.0);
+    glVertex2d(1.0, top);
+    glVertex2d(-1.0, top);
+    glEnd();
+
+    if (m_controlState == ControlPan && isHorizontalScrollBarSliderActive())
+        glColor4d(0.0, 0.0, 0.8, 0.4);
+    else
+        glColor4d(0.0, 0.0, 1.0, 0.2);
+    glBegin(GL_POLYGON);
+    glVertex2d(left, -1.0);
+    glVertex2d(right, -1.0);
+    glVertex2d(right, top);
+    glVertex2d(left, top);
+    glEnd();
+
+    glColor4d(0.0, 0.0, 0.4, 0.8);
+    glLineWidth(1.0f);
+    const double outlineLeft = left + 2.0 / width();
+    const double outlineTop = top - 2.0 / height();
+    glBegin(GL_LINE_LOOP);
+    glVertex2d(outlineLeft, outlineTop);
+    glVertex2d(right, outlineTop);
+    glVertex2d(right, -1.0);
+    glVertex2d(outlineLeft, -1.0);
+    glEnd();
+    glDisable(GL_BLEND);
+    glEnable(GL_DEPTH_TEST);
+}
+
+void KivGraph::drawVerticalScrollBar(const velo::MatrixF<3, 2>& box)
+{
+    if (!isVerticalScrollbarVisible(box))
+        return;
+    QPointF lo;
+    QPointF hi;
+    scalePointToGraphPos(QPointF(m_axes.at(0).scaleMin, m_axes.at(1).scaleMin), box, lo);
+    scalePointToGraphPos(QPointF(m_axes.at(0).scaleMax, m_axes.at(1).scaleMax), box, hi);
+    const double bottom = clampUnit(std::isnan(lo.y()) ? -1.0 : lo.y());
+    const double top = clampUnit(std::isnan(hi.y()) ? 1.0 : hi.y());
+    const double right = 2.0 * (ScrollBarPixels / width()) - 1.0;
+
+    glEnable(GL_BLEND);
+    glDisable(GL_DEPTH_TEST);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glColor4d(0.0, 0.0, 1.0, 0.2);
+    glBegin(GL_POLYGON);
+    glVertex2d(-1.0, -1.0);
+    glVertex2d(right, -1.0);
+    glVertex2d(right, 1.0);
+    glVertex2d(-1.0, 1.0);
+    glEnd();
+
+    if (m_controlState == ControlPan && isVerticalScrollBarSliderActive())
+        glColor4d(0.0, 0.0, 0.8, 0.4);
+    else
+        glColor4d(0.0, 0.0, 1.0, 0.2);
+    glBegin(GL_POLYGON);
+    glVertex2d(-1.0, bottom);
+    glVertex2d(right, bottom);
+    glVertex2d(right, top);
+    glVertex2d(-1.0, top);
+    glEnd();
+
+    glColor4d(0.0, 0.0, 0.4, 0.8);
+    glLineWidth(1.0f);
+    const double outlineLeft = -1.0 + 2.0 / width();
+    const double outlineTop = top - 2.0 / height();
+    glBegin(GL_LINE_LOOP);
+    glVertex2d(outlineLeft, outlineTop);
+    glVertex2d(right, outlineTop);
+    glVertex2d(right, bottom);
+    glVertex2d(outlineLeft, bottom);
+    glEnd();
+    glDisable(GL_BLEND);
+    glEnable(GL_DEPTH_TEST);
+}
+
+int KivGraph::calcUpperLeftYBounds(QPainter* painter, const QString& text, const QPoint& at) const
+{
+    const QRect r = painter->fontMetrics().boundingRect(QRect(), Qt::TextExpandTabs, text);
+    const int top = at.y() - r.height();
+    return top < 0 ? 0 : top;
+}
+
+int KivGraph::calcLowerRightYBounds(QPainter* painter, const QString& text, const QPoint& at) const
+{
+    const QRect r = painter->fontMetrics().boundingRect(QRect(), Qt::TextExpandTabs, text);
+    const int top = at.y();
+    return top + r.height() > height() ? height() - r.height() : top;
+}
+
+QString KivGraph::generateTimeString(const KivDataSet& ds, double x) const
+{
+    int i = int(x + 0.5);
+    if (ds.hasStyle(KivDataStyleScope, KivDataStyleScope)) {
+        const long offset = ds.getScopeOffset();
+        if (i >= offset)
+            i = int(i - offset);
+        else
+            i = int(long(ds.getMaxItemCount()) - offset + i);
+    }
+    double t = ds.getItemTime(int(ds.getDisplayItemCount()) - i);
+    if (!std::isfinite(t))
+        t = 0.0;
+    const bool negative = t < 0.0;
+    // The clock wraps every 48 days.
+    const quint64 m = quint64(std::fmod(std::fabs(t), 4147200.0) * 1000.0 + 0.5);
+    const unsigned hours = unsigned(m / 3600000);
+    const unsigned minutes = unsigned((m / 60000) % 60);
+    const unsigned seconds = unsigned((m / 1000) % 60);
+    const unsigned millis = unsigned(m % 1000);
+    QString text;
+    if (hours != 0)
+        text = QString::asprintf("%2u:%02u:%02u.%03u", hours, minutes, seconds, millis);
+    else if (minutes != 0)
+        text = QString::asprintf("%2u:%02u.%03u", minutes, seconds, millis);
+    else
+        text = QString::asprintf("%2u.%03u", seconds, millis);
+    if (negative) {
+        if (text.startsWith(QLatin1Char(' ')))
+            text[0] = QLatin1Char('-');
+        else
+            text.prepend(QLatin1Char('-'));
+    }
+    return text;
+}
+
+void KivGraph::drawForeground(QPainter* painter)
+{
+    const velo::MatrixF<3, 2> box = calculateMinMaxScales();
+    painter->setPen(QColor(0, 0, 0));
+    drawForegroundLabels(painter, box);
+    drawCategoryLabels(painter);
+    if (!m_graphText.isEmpty()) {
+        const QSize size = painter->fontMetrics().size(Qt::TextExpandTabs, m_graphText);
+        painter->drawText(QRect(QPoint(20, 0), size), Qt::TextExpandTabs, m_graphText);
+    }
+    drawPointerText(painter);
+}
+
+void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>& box)
+{
+    const KivAxisInfo& ax = m_axes.at(0);
+    const KivAxisInfo& ay = m_axes.at(1);
+    const AxisMap mx = axisMap(ax);
+    const AxisMap my = axisMap(ay);
+    const QFontMetrics fm = painter->fontMetrics();
+    const int w = width();
+    const int h = height();
+    const KivDataSet* first = m_dataSets.isEmpty() ? nullptr : m_dataSets.first();
+    const bool timeSeries = dimensions() == 1 && first->getMaxItemCount() != 0;
+    const bool categories = timeSeries && first->hasStyle(KivDataStyleBar, KivDataStyleShapeMask);
+    char fmt[16];
+
+    if (!categories && usableStep(ax) && !(ax.style & KivAxisStyleNoLabels)) {
+        int decimals = 1;
+        const double step = getScale((ax.displayMax - ax.displayMin) / (w / 120.0), decimals);
+        decimalsToFmt(ax.displayMin, ax.displayMax, decimals, fmt);
+        const int bottom = isHorizontalScrollbarVisible(box) ? h - int(ScrollBarPixels) : h;
+        double last = -1.0 - 80.0 / w;
+        double v = std::ceil(ax.displayMin / step) * step;
+        for (int n = 0; v < ax.displayMax && n < MaxGridLines; ++n, v += step) {
+            const double gx = mx.toGraph(v);
+            if (gx - last < 80.0 / w)
+                continue;
+            last = gx;
+            QString text;
+            if (timeSeries) {
+                const double position = calculateItemXIndex(*first, v);
+                if (ax.style & KivAxisStyleTimeLabels)
+                    text = generateTimeString(*first, position);
+                else
+                    text = QString::asprintf("%d", int(position));
+            } else {
+                text = QString::asprintf(fmt, v);
+            }
+            const QRect r = fm.boundingRect(text);
+            const int column = int(w * (gx + 1.0) * 0.5);
+            // Beside the grid line, kept inside the widget.
+            const int left = qBound(0, column + 2, qMax(0, w - r.width() - 1));
+            painter->drawText(QRect(left, bottom - r.height(), r.width() + 1, r.height()),
+                              Qt::AlignLeft | Qt::AlignBottom, text);
+        }
+    }
+
+    if (usableStep(ay) && !(ay.style & KivAxisStyleNoLabels)) {
+        int decimals = 1;
+        const double step = getScale((ay.displayMax - ay.displayMin) / (h / 56.0), decimals);
+        decimalsToFmt(ay.displayMin, ay.displayMax, decimals, fmt);
+        const int left = isVerticalScrollbarVisible(box) ? 14 : 2;
+        double last = -1.0;
+        double v = std::ceil(ay.displayMin / step) * step;
+        for (int n = 0; v < ay.displayMax && n < MaxGridLines; ++n, v += step) {
+            const double gy = my.toGraph(v);
+            if (!(gy - last > 30.0 / h))
+                continue;
+            last = gy;
+            const QString text = QString::asprintf(fmt, v);
+            const QRect r = fm.boundingRect(text);
+            const int row = int(h - (gy + 1.0) * h * 0.5);
+            // Just above its grid line, kept inside the widget.
+            const int top = qBound(0, row - r.height(), qMax(0, h - r.height()));
+            painter->drawText(QRect(left, top, r.width() + 1, r.height()), Qt::AlignLeft | Qt::AlignBottom, text);
+        }
+    }
+}
+
+void KivGraph::drawCategoryLabels(QPainter* painter)
+{
+    if (dimensions() != 1 || (m_axes.at(0).style & KivAxisStyleNoLabels))
+        return;
+    const KivDataSet* first = m_dataSets.first();
+    if (first->getMaxItemCount() == 0 || !first->hasStyle(KivDataStyleBar, KivDataStyleShapeMask))
+        return;
+    const qint64 count = qint64(first->getItemCount());
+    const QList<QString>& labels = first->getLabelList();
+    const QFontMetrics fm(font());
+    const qint64 w = width();
+    // Cells without a label would only draw an empty text.
+    const qint64 labelled = qMin(count, qint64(labels.size()));
+    for (qint64 k = 0; k < labelled; ++k) {
+        const QString& text = labels.at(int(k));
+        if (text.isEmpty())
+            continue;
+        const int cellLeft = int(k * w / count);
+        const int cellRight = int((k + 1) * w / count);
+        const QSize size = fm.size(Qt::TextExpandTabs, text);
+        const int left = cellLeft + int((cellRight - cellLeft - size.width()) * 0.9 * 0.5);
+        painter->drawText(QRect(QPoint(left, height() - size.height()), size), Qt::TextExpandTabs, text);
+    }
+}
