@@ -1,0 +1,137 @@
+#ifndef KIV_GRAPH3D_H
+#define KIV_GRAPH3D_H
+
+#include "kiv_global.h"
+
+#include "velo_vector.h"
+
+#include <QColor>
+#include <QMetaType>
+#include <QOpenGLFunctions>
+#include <QOpenGLWidget>
+#include <QPoint>
+
+struct GLUquadric;
+
+/*!
+ * \brief A rotatable, zoomable 3D view in an orthographic projection.
+ *
+ * Shows a grid cube and coloured axis arrows (x red, y blue, z green). Dragging with the
+ * left button rotates the scene, with the right button moves it; the wheel zooms. Hosts
+ * draw their own content by subclassing and overriding paintGL() or the drawing hooks,
+ * using gluArrow() and gluFastPoint() for arrows and point markers.
+ */
+class KIV_EXPORT KivGraph3D : public QOpenGLWidget, public QOpenGLFunctions
+{
+    Q_OBJECT
+
+public:
+    //! Bounds handed to glOrtho before the correction for the widget's aspect ratio.
+    struct ProjectionRect
+    {
+        double left = 0.0;
+        double right = 0.0;
+        double bottom = 0.0;
+        double top = 0.0;
+    };
+
+    explicit KivGraph3D(QWidget* parent = nullptr);
+    ~KivGraph3D() override;
+
+    //! Corner of the grid cube (its minimum x, y and z).
+    velo::Vector3 getAxisOffset() const;
+
+    /*!
+     * Zooms to \a level wheel steps, the projection being the base one times
+     * (1 - zoomStep)^level. A level whose factor leaves [minZoomFactor, maxZoomFactor]
+     * changes nothing. Returns the level now in effect; the caller keeps it in zoomLevel.
+     */
+    int zoom(int level);
+
+    //! Draws an arrow along +z from the origin. Leaves the model-view matrix translated to
+    //! the head's base, so callers push and pop the matrix around it.
+    void gluArrow(double shaftRadius, double headRadius, double length, double headLength);
+    //! Draws an arrow of the given \a length starting at \a from and pointing towards \a to.
+    void gluArrow(const velo::Vector3& from, const velo::Vector3& to, double shaftRadius,
+                  double headRadius, double length, double headLength);
+    //! A cheap point marker: a double pyramid of half-width and half-height \a size.
+    void gluFastPoint(const velo::Vector3& centre, double size);
+
+public slots:
+    void setXRotation(double angle);
+    void setYRotation(double angle);
+    void setZRotation(double angle);
+    void setXPosOffset(double offset);
+    void setYPosOffset(double offset);
+    //! Moves the grid cube; takes effect at the next repaint.
+    void setAxisOffset(const velo::Vector3& offsetVector);
+
+signals:
+    //! The angles are reported as passed to the setter, before normalisation.
+    void xRotationChanged(double angle);
+    void yRotationChanged(double angle);
+    void zRotationChanged(double angle);
+    void projectionRectChanged(const KivGraph3D::ProjectionRect& newRect,
+                               const KivGraph3D::ProjectionRect& oldRect);
+
+protected:
+    void initializeGL() override;
+    void resizeGL(int w, int h) override;
+    //! Clears, places the scene and draws the axis arrows. The grid is left to subclasses,
+    //! which call drawGrid() from their own paintGL().
+    void paintGL() override;
+
+    void wheelEvent(QWheelEvent* e) override;
+    void mousePressEvent(QMouseEvent* e) override;
+    void mouseReleaseEvent(QMouseEvent* e) override;
+    void mouseMoveEvent(QMouseEvent* e) override;
+
+protected slots:
+    virtual void clearGL();
+    virtual void translateGL();
+    virtual void rotateGL();
+    //! Draws the three grid planes in one GL_LINES batch.
+    virtual void drawGrid();
+    virtual void drawGridArrows();
+    // The plane hooks emit vertices only; drawGrid() wraps them in glBegin/glEnd.
+    virtual void drawGridXY(bool far);
+    //! \a far puts the plane at the cube's maximum y instead of its minimum.
+    virtual void drawGridXZ(bool far);
+    //! \a far puts the plane at the cube's maximum x instead of its minimum.
+    virtual void drawGridYZ(bool far);
+
+protected:
+    //! Maps an angle in degrees into (-180, 180]. Non-finite angles give NaN.
+    static double normalizedAngle(double a);
+
+    ProjectionRect baseProjection;
+    ProjectionRect projection;
+    double xRot;
+    double yRot;
+    double zRot;
+    double xRotOffset;
+    double yRotOffset;
+    double zRotOffset;
+    double xPosOffset;
+    double yPosOffset;
+    velo::Vector3 axisOffset;
+    velo::Vector3 gridSize;
+    double zoomStep;
+    double minZoomFactor;
+    double maxZoomFactor;
+    int zoomLevel;
+    QPoint lastMousePos;
+    QColor gridColor;
+    //! Kept for hosts; the view itself clears with gridColor.
+    QColor backgroundColor;
+    QColor xAxisColor;
+    QColor yAxisColor;
+    QColor zAxisColor;
+    GLUquadric* shaftQuadric;
+    GLUquadric* headBaseQuadric;
+    GLUquadric* shaftBaseQuadric;
+};
+
+Q_DECLARE_METATYPE(KivGraph3D::ProjectionRect)
+
+#endif // KIV_GRAPH3D_H
