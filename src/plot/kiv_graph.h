@@ -127,6 +127,16 @@ protected:
 private:
     //! Zoom-rectangle corner labels and the measure read-out, at the end of the foreground.
     void drawPointerText(QPainter* painter);
+    void drawZoomCornerLabels(QPainter* painter, const PanZoomInfo& r);
+    void drawMeasureText(QPainter* painter);
+    //! Text of a visible x or y value for the pointer labels.
+    QString pointerValueText(int axis, double value) const;
+
+    //! A zoom while all samples are shown keeps the sample window and zooms y only.
+    bool zoomSpansAllSamples() const;
+    void moveGesture(Qt::MouseButton button, PanZoomInfo& r, const QPoint& p);
+    void moveMeasureCursor(const QPoint& p);
+    ScaleInfo currentScaleInfo() const;
 
     mutable QMap<Qt::MouseButton, PanZoomInfo> m_panZoom;
     // =================================== End of pointer interaction ===================================
