@@ -358,9 +358,11 @@ void KivToolBar::showLayoutSelection(bool show, int rows, int columns)
 
     setLayoutValues(rows, columns);
     emitCustomLayout();
-    // A widget in a tool bar is shown and hidden through its action.
+    // The tool bar lays its widgets out by their actions' visibility; the widget itself is
+    // switched too so that the report below sees the new state at once.
     layoutSeparator->setVisible(show);
     layoutSelectionAction->setVisible(show);
+    layoutSelection->setVisible(show);
     if (show)
         emitCustomLayout();
 }
@@ -374,12 +376,14 @@ void KivToolBar::setLayoutValues(int rows, int columns)
 
 bool KivToolBar::isLayoutSelectionShown() const
 {
-    return layoutSelection && layoutSelection->isVisible();
+    return layoutSelection && isVisible() && layoutSelection->isVisibleTo(this);
 }
 
 void KivToolBar::emitCustomLayout()
 {
-    if (customLayoutWidget && customLayoutWidget->isVisible())
+    // Asked of the widgets' own state: the tool bar shows a newly added widget only at its
+    // next layout pass.
+    if (customLayoutWidget && isVisible() && customLayoutWidget->isVisibleTo(this))
         emit layoutSelectionChanged(rowsSpinBox->value(), columnsSpinBox->value());
 }
 
