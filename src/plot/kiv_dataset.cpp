@@ -96,6 +96,8 @@ class KivDataSetPrivate
 {
 public:
     template<int D>
+    bool add(const double *v);
+    template<int D>
     void append(const double *v);
     template<int D>
     void moveToBack(SampleQueue &src);
@@ -185,6 +187,22 @@ public:
     QString currentText;
     bool hasCurrent = false; // the current value was drawn (or stands in for a joined gap)
 };
+
+// Appends one sample under the read lock; returns whether to announce it. A variant that
+// does not match the style is dropped: mixing sample sizes would corrupt the blocks.
+template<int D>
+bool KivDataSetPrivate::add(const double *v)
+{
+    velo::LockReadWrite guard(lock);
+    guard.lock(false);
+    if (int(style & KivDataStyleDimensionMask) + 1 != D)
+        return false;
+    {
+        std::lock_guard<std::mutex> producers(producerMutex);
+        append<D>(v);
+    }
+    return !frozen.load(std::memory_order_relaxed);
+}
 
 template<int D>
 void KivDataSetPrivate::append(const double *v)
@@ -371,39 +389,21 @@ KivDataSet::~KivDataSet() = default;
 
 void KivDataSet::addData(double v)
 {
-    {
-        velo::LockReadWrite guard(d->lock);
-        guard.lock(false);
-        std::lock_guard<std::mutex> producers(d->producerMutex);
-        d->append<1>(&v);
-    }
-    if (!d->frozen.load(std::memory_order_relaxed))
+    if (d->add<1>(&v))
         emit needUpdate();
 }
 
 void KivDataSet::addData(double x, double y)
 {
     const double v[2] = {x, y};
-    {
-        velo::LockReadWrite guard(d->lock);
-        guard.lock(false);
-        std::lock_guard<std::mutex> producers(d->producerMutex);
-        d->append<2>(v);
-    }
-    if (!d->frozen.load(std::memory_order_relaxed))
+    if (d->add<2>(v))
         emit needUpdate();
 }
 
 void KivDataSet::addData(double x, double y, double z)
 {
     const double v[3] = {x, y, z};
-    {
-        velo::LockReadWrite guard(d->lock);
-        guard.lock(false);
-        std::lock_guard<std::mutex> producers(d->producerMutex);
-        d->append<3>(v);
-    }
-    if (!d->frozen.load(std::memory_order_relaxed))
+    if (d->add<3>(v))
         emit needUpdate();
 }
 
@@ -411,8 +411,15 @@ void KivDataSet::duplicateData(unsigned long n)
 {
     velo::LockReadWrite guard(d->lock);
     guard.lock(false);
-    for (unsigned long i = 0; i < n; ++i)
-        addData(Gap);
+    const double gaps[3] = {Gap, Gap, Gap};
+    for (unsigned long i = 0; i < n; ++i) {
+        switch (dimensions()) {
+        case 1: addData(gaps[0]); break;
+        case 2: addData(gaps[0], gaps[1]); break;
+        case 3: addData(gaps[0], gaps[1], gaps[2]); break;
+        default: return;
+        }
+    }
 }
 
 void KivDataSet::setData(unsigned long index, double value)
@@ -493,6 +500,11 @@ void KivDataSet::flush(velo::LockReadWrite &guard)
         return;
 
     SampleQueue &src = d->incoming[d->readIndex];
+    // The scope cursor moves for every sample, also for those the bound dropped early.
+    if (src.dropped > 0 && d->maxItemCount > 0 && (d->style & KivDataStyleScope)) {
+        const long shift = long(src.dropped % d->maxItemCount);
+        d->scopeOffset = wrapSlot(d->scopeOffset, d->addAtBack ? shift : -shift, d->maxItemCount);
+    }
     if (src.size() > 0) {
         switch (d->style & KivDataStyleDimensionMask) {
         case 0:
@@ -512,6 +524,12 @@ void KivDataSet::flush(velo::LockReadWrite &guard)
     const double pendingTimeShift = d->interval * double(src.dropped);
     src.dropped = 0;
     d->time += d->addAtBack ? pendingTimeShift : -pendingTimeShift;
+}
+
+void KivDataSet::flush()
+{
+    velo::LockReadWrite guard(d->lock);
+    flush(guard);
 }
 
 void KivDataSet::setMaxItemCount(unsigned long n)
@@ -597,16 +615,17 @@ unsigned long KivDataSet::getDisplayItemCount() const
 
 void KivDataSet::getData(unsigned long i, double &v, bool display, unsigned long dims) const
 {
+    if (dims == 0)
+        return;
     const SampleQueue &q = display ? d->displayQueue : d->incoming[d->writeIndex];
-    const SampleBlock *b = q.head;
-    for (;;) {
+    for (const SampleBlock *b = q.head; b; b = b->next) {
         const quint64 n = (b->fill - b->start) * dims;
-        if (i < n || !b->next)
-            break;
+        if (i < n) {
+            v = b->values[b->start * dims + i];
+            return;
+        }
         i -= n;
-        b = b->next;
     }
-    v = b->values[b->start * dims + i];
 }
 
 void KivDataSet::getData(unsigned long i, double &x, double &y, bool display) const

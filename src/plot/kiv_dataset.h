@@ -52,11 +52,11 @@ public:
     KivDataSet(int width, int height);
     ~KivDataSet() override;
 
-    //! Appends one sample; the variant must match dimensions(). Any thread.
+    //! Appends one sample; a variant that does not match dimensions() is ignored. Any thread.
     void addData(double v);
     void addData(double x, double y);
     void addData(double x, double y, double z);
-    //! Appends `n` gap samples.
+    //! Appends `n` gap samples of the series' dimension.
     void duplicateData(unsigned long n);
     //! Overwrites the value at position `index` of the drawn samples (one double per
     //! sample, meant for one-value series); ignored when frozen or out of range.
@@ -70,6 +70,8 @@ public:
     bool isFrozen() const;
     //! Moves queued samples into the drawn queue. On return `guard` holds the read lock.
     void flush(velo::LockReadWrite& guard);
+    //! The same, releasing the lock on return; display() does it on every frame.
+    void flush();
 
     //! 0 means unbounded. Discards all stored samples.
     void setMaxItemCount(unsigned long n);
@@ -90,7 +92,8 @@ public:
     //! Samples in the drawn queue, capped at the maximum item count.
     unsigned long getDisplayItemCount() const;
     //! Reads double `i` of the drawn (`display`) or the filling incoming queue, counting
-    //! `dims` doubles per sample. No range check; for the GUI thread.
+    //! `dims` doubles per sample; `v` is left alone when `i` is out of range. No lock: for
+    //! the thread that draws.
     void getData(unsigned long i, double& v, bool display = true, unsigned long dims = 1) const;
     void getData(unsigned long i, double& x, double& y, bool display = true) const;
     void getData(unsigned long i, double& x, double& y, double& z, bool display = true) const;
