@@ -250,4 +250,398 @@ void Matrix::setMatMulTransMatBlocked(const VoMatrix& a, const VoMatrix& b)
     blockedProduct<true>(*this, a, b);
 }
 
+void Matrix::setTransMatMulMat(const VoMatrix& a, const VoMatrix& b)
+{
+    // Row k of a scales row k of b into every row i (a(k, i)); rows stay contiguous.
+    const VoSize m = a.cols;
+    const VoSize n = b.cols;
+    for (VoSize i = 0; i < m; ++i)
+        std::fill(data + i * stride, data + i * stride + n, 0.0);
+    for (VoSize k = 0; k < a.rows; ++k) {
+        const double* ak = a.data + k * a.stride;
+        const double* bk = b.data + k * b.stride;
+        for (VoSize i = 0; i < m; ++i) {
+            const double aki = ak[i];
+            double* out = data + i * stride;
+            for (VoSize j = 0; j < n; ++j)
+                out[j] += aki * bk[j];
+        }
+    }
+}
+
+void Matrix::setTransMatMulMat(const VoMatrix& a)
+{
+    setTransMatMulMat(a, a);
+}
+
+void Matrix::setMatMulMatMulMat(const VoMatrix& a, const VoMatrix& b, const VoMatrix& c)
+{
+    // No temporary: each element of the row a(i, :) * b is formed once and at
+    // once spread over row i of the result through c.
+    const VoSize n = c.cols;
+    for (VoSize i = 0; i < a.rows; ++i) {
+        double* out = data + i * stride;
+        std::fill(out, out + n, 0.0);
+        const double* ai = a.data + i * a.stride;
+        for (VoSize l = 0; l < b.cols; ++l) {
+            double t = 0.0;
+            for (VoSize k = 0; k < a.cols; ++k)
+                t += ai[k] * b.data[k * b.stride + l];
+            const double* cl = c.data + l * c.stride;
+            for (VoSize j = 0; j < n; ++j)
+                out[j] += t * cl[j];
+        }
+    }
+}
+
+void Matrix::setScaMulMatMulMat(double s, const VoMatrix& a, const VoMatrix& b)
+{
+    setMatMulMat(a, b);
+    if (s != 1.0)
+        setScaMulMat(s, *this);
+}
+
+void Matrix::setSelfAddScaMulMatMulMat(double s, const VoMatrix& a, const VoMatrix& b)
+{
+    const VoSize n = b.cols;
+    for (VoSize i = 0; i < a.rows; ++i) {
+        const double* ai = a.data + i * a.stride;
+        double* out = data + i * stride;
+        for (VoSize k = 0; k < a.cols; ++k) {
+            const double f = s * ai[k];
+            const double* bk = b.data + k * b.stride;
+            for (VoSize j = 0; j < n; ++j)
+                out[j] += f * bk[j];
+        }
+    }
+}
+
+namespace {
+
+// Row i of a * b, element l, for the products with a transposed factor.
+inline double rowTimesCol(const VoMatrix& a, VoSize i, const VoMatrix& b, VoSize l)
+{
+    const double* ai = a.data + i * a.stride;
+    double t = 0.0;
+    for (VoSize k = 0; k < a.cols; ++k)
+        t += ai[k] * b.data[k * b.stride + l];
+    return t;
+}
+
+} // namespace
+
+void Matrix::setABAt(const VoMatrix& a, const VoMatrix& b)
+{
+    const VoSize n = a.rows;
+    for (VoSize i = 0; i < n; ++i) {
+        double* out = data + i * stride;
+        std::fill(out, out + n, 0.0);
+        for (VoSize l = 0; l < b.cols; ++l) {
+            const double t = rowTimesCol(a, i, b, l);
+            for (VoSize j = 0; j < n; ++j)
+                out[j] += t * a.data[j * a.stride + l];
+        }
+    }
+}
+
+void Matrix::setABAtSymmetrical(const VoMatrix& a, const VoMatrix& b)
+{
+    const VoSize n = a.rows;
+    for (VoSize i = 0; i < n; ++i) {
+        double* out = data + i * stride;
+        std::fill(out, out + i + 1, 0.0);
+        for (VoSize l = 0; l < b.cols; ++l) {
+            const double t = rowTimesCol(a, i, b, l);
+            for (VoSize j = 0; j <= i; ++j)
+                out[j] += t * a.data[j * a.stride + l];
+        }
+    }
+    setSymmetricTriL(*this);
+}
+
+void Matrix::setABAtDiagonal(const VoMatrix& a, const VoMatrix& b)
+{
+    for (VoSize i = 0; i < a.rows; ++i) {
+        double sum = 0.0;
+        for (VoSize l = 0; l < b.cols; ++l)
+            sum += rowTimesCol(a, i, b, l) * a.data[i * a.stride + l];
+        data[i * stride + i] = sum;
+    }
+}
+
+void Matrix::setAtBA(const VoMatrix& a, const VoMatrix& b)
+{
+    // this(i, :) = sum over l of (a(:, i)^T b(:, l)) * a(l, :)
+    const VoSize n = a.cols;
+    for (VoSize i = 0; i < n; ++i) {
+        double* out = data + i * stride;
+        std::fill(out, out + n, 0.0);
+        for (VoSize l = 0; l < b.cols; ++l) {
+            double t = 0.0;
+            for (VoSize k = 0; k < a.rows; ++k)
+                t += a.data[k * a.stride + i] * b.data[k * b.stride + l];
+            const double* al = a.data + l * a.stride;
+            for (VoSize j = 0; j < n; ++j)
+                out[j] += t * al[j];
+        }
+    }
+}
+
+void Matrix::setMatMulMatSymmetrical(const VoMatrix& a, const VoMatrix& b)
+{
+    for (VoSize i = 0; i < a.rows; ++i)
+        for (VoSize j = 0; j <= i; ++j)
+            data[i * stride + j] = rowTimesCol(a, i, b, j);
+    setSymmetricTriL(*this);
+}
+
+void Matrix::setMatMulTransMatSymmetrical(const VoMatrix& a, const VoMatrix& b)
+{
+    for (VoSize i = 0; i < a.rows; ++i) {
+        const double* ai = a.data + i * a.stride;
+        for (VoSize j = 0; j <= i; ++j) {
+            const double* bj = b.data + j * b.stride;
+            double sum = 0.0;
+            for (VoSize k = 0; k < a.cols; ++k)
+                sum += ai[k] * bj[k];
+            data[i * stride + j] = sum;
+        }
+    }
+    setSymmetricTriL(*this);
+}
+
+void Matrix::setMatMulMatDiagonal(const VoMatrix& a, const VoMatrix& b)
+{
+    for (VoSize i = 0; i < std::min(a.rows, b.cols); ++i)
+        data[i * stride + i] = rowTimesCol(a, i, b, i);
+}
+
+void Matrix::setSelfMulMatDiagonal(const VoMatrix& a)
+{
+    // Row i of this is read before its diagonal element is replaced.
+    for (VoSize i = 0; i < std::min(rows, a.cols); ++i)
+        data[i * stride + i] = rowTimesCol(*this, i, a, i);
+}
+
+void Matrix::setMatMulDiag(const VoMatrix& a, const VoVector& v)
+{
+    for (VoSize i = 0; i < a.rows; ++i) {
+        const double* ai = a.data + i * a.stride;
+        double* out = data + i * stride;
+        for (VoSize j = 0; j < a.cols; ++j)
+            out[j] = ai[j] * v.data[j];
+    }
+}
+
+void Matrix::setMatMulDiag(const VoMatrix& a, const VoMatrix& m)
+{
+    for (VoSize i = 0; i < a.rows; ++i) {
+        const double* ai = a.data + i * a.stride;
+        double* out = data + i * stride;
+        for (VoSize j = 0; j < a.cols; ++j)
+            out[j] = ai[j] * m.data[j * m.stride + j];
+    }
+}
+
+void Matrix::setDiagMulMat(const VoVector& v, const VoMatrix& a)
+{
+    for (VoSize i = 0; i < a.rows; ++i) {
+        const double* ai = a.data + i * a.stride;
+        double* out = data + i * stride;
+        const double f = v.data[i];
+        for (VoSize j = 0; j < a.cols; ++j)
+            out[j] = f * ai[j];
+    }
+}
+
+void Matrix::setDiagMulMat(const VoMatrix& m, const VoMatrix& a)
+{
+    for (VoSize i = 0; i < a.rows; ++i) {
+        const double* ai = a.data + i * a.stride;
+        double* out = data + i * stride;
+        const double f = m.data[i * m.stride + i];
+        for (VoSize j = 0; j < a.cols; ++j)
+            out[j] = f * ai[j];
+    }
+}
+
+void Matrix::setDiagMulDiag(const VoMatrix& a, const VoMatrix& b)
+{
+    setZero();
+    for (VoSize i = 0; i < std::min(a.rows, a.cols); ++i)
+        data[i * stride + i] = a.data[i * a.stride + i] * b.data[i * b.stride + i];
+}
+
+void Matrix::setSelfAddMatMulDiag(const VoMatrix& a, const VoVector& v)
+{
+    for (VoSize i = 0; i < a.rows; ++i) {
+        const double* ai = a.data + i * a.stride;
+        double* out = data + i * stride;
+        for (VoSize j = 0; j < a.cols; ++j)
+            out[j] += ai[j] * v.data[j];
+    }
+}
+
+void Matrix::setSelfAddMatMulDiag(const VoMatrix& a, const VoMatrix& m)
+{
+    for (VoSize i = 0; i < a.rows; ++i) {
+        const double* ai = a.data + i * a.stride;
+        double* out = data + i * stride;
+        for (VoSize j = 0; j < a.cols; ++j)
+            out[j] += ai[j] * m.data[j * m.stride + j];
+    }
+}
+
+void Matrix::setSelfAddDiagMulMat(const VoVector& v, const VoMatrix& a)
+{
+    for (VoSize i = 0; i < a.rows; ++i) {
+        const double* ai = a.data + i * a.stride;
+        double* out = data + i * stride;
+        const double f = v.data[i];
+        for (VoSize j = 0; j < a.cols; ++j)
+            out[j] += f * ai[j];
+    }
+}
+
+void Matrix::setSelfAddDiagMulMat(const VoMatrix& m, const VoMatrix& a)
+{
+    for (VoSize i = 0; i < a.rows; ++i) {
+        const double* ai = a.data + i * a.stride;
+        double* out = data + i * stride;
+        const double f = m.data[i * m.stride + i];
+        for (VoSize j = 0; j < a.cols; ++j)
+            out[j] += f * ai[j];
+    }
+}
+
+void Matrix::setSelfAddDiagMulDiag(const VoMatrix& a, const VoMatrix& b)
+{
+    for (VoSize i = 0; i < std::min(a.rows, a.cols); ++i)
+        data[i * stride + i] += a.data[i * a.stride + i] * b.data[i * b.stride + i];
+}
+
+void Matrix::setKronMatMulMat(const VoMatrix& a, const VoMatrix& b)
+{
+    for (VoSize i = 0; i < a.rows; ++i)
+        for (VoSize k = 0; k < b.rows; ++k) {
+            double* out = data + (i * b.rows + k) * stride;
+            const double* bk = b.data + k * b.stride;
+            for (VoSize j = 0; j < a.cols; ++j) {
+                const double aij = a.data[i * a.stride + j];
+                for (VoSize l = 0; l < b.cols; ++l)
+                    out[j * b.cols + l] = aij * bk[l];
+            }
+        }
+}
+
+void Matrix::setKronTransMatMulMat(const VoMatrix& a, const VoMatrix& b)
+{
+    for (VoSize i = 0; i < a.cols; ++i)
+        for (VoSize k = 0; k < b.rows; ++k) {
+            double* out = data + (i * b.rows + k) * stride;
+            const double* bk = b.data + k * b.stride;
+            for (VoSize j = 0; j < a.rows; ++j) {
+                const double aji = a.data[j * a.stride + i];
+                for (VoSize l = 0; l < b.cols; ++l)
+                    out[j * b.cols + l] = aji * bk[l];
+            }
+        }
+}
+
+void Matrix::setKronHorVecMulIdMulMat(const VoVector& v, const VoMatrix& m)
+{
+    // (v^T (x) I_p) m = sum over k of v[k] times the k-th block of p rows of m.
+    const VoSize p = rows;
+    for (VoSize r = 0; r < p; ++r) {
+        double* out = data + r * stride;
+        std::fill(out, out + m.cols, 0.0);
+        for (VoSize k = 0; k < v.size; ++k) {
+            const double f = v.data[k];
+            const double* mk = m.data + (k * p + r) * m.stride;
+            for (VoSize j = 0; j < m.cols; ++j)
+                out[j] += f * mk[j];
+        }
+    }
+}
+
+void Matrix::setKronMatMulIdMulMat(const VoMatrix& a, const VoMatrix& b)
+{
+    // (a (x) I_p) b: row i*p + r = sum over j of a(i, j) * row j*p + r of b.
+    const VoSize p = rows / a.rows;
+    for (VoSize i = 0; i < a.rows; ++i)
+        for (VoSize r = 0; r < p; ++r) {
+            double* out = data + (i * p + r) * stride;
+            std::fill(out, out + b.cols, 0.0);
+            for (VoSize j = 0; j < a.cols; ++j) {
+                const double f = a.data[i * a.stride + j];
+                const double* bj = b.data + (j * p + r) * b.stride;
+                for (VoSize c = 0; c < b.cols; ++c)
+                    out[c] += f * bj[c];
+            }
+        }
+}
+
+void Matrix::setKronIdMulMatMulMat(const VoMatrix& a, const VoMatrix& b)
+{
+    // (I_p (x) a) b: block s of rows is a times block s of b's rows.
+    const VoSize p = rows / a.rows;
+    for (VoSize s = 0; s < p; ++s)
+        for (VoSize i = 0; i < a.rows; ++i) {
+            double* out = data + (s * a.rows + i) * stride;
+            std::fill(out, out + b.cols, 0.0);
+            for (VoSize j = 0; j < a.cols; ++j) {
+                const double f = a.data[i * a.stride + j];
+                const double* bj = b.data + (s * a.cols + j) * b.stride;
+                for (VoSize c = 0; c < b.cols; ++c)
+                    out[c] += f * bj[c];
+            }
+        }
+}
+
+void Matrix::setVecMulVec(const VoVector& a, const VoVector& b)
+{
+    for (VoSize i = 0; i < a.size; ++i) {
+        double* out = data + i * stride;
+        const double f = a.data[i];
+        for (VoSize j = 0; j < b.size; ++j)
+            out[j] = f * b.data[j];
+    }
+}
+
+void Matrix::setVecMulMat(const VoVector& v, const VoMatrix& m)
+{
+    std::fill(data, data + m.cols, 0.0);
+    for (VoSize k = 0; k < v.size; ++k) {
+        const double f = v.data[k];
+        const double* mk = m.data + k * m.stride;
+        for (VoSize j = 0; j < m.cols; ++j)
+            data[j] += f * mk[j];
+    }
+}
+
+void Matrix::setMatMulVec(const VoMatrix& m, const VoVector& v)
+{
+    for (VoSize i = 0; i < m.rows; ++i) {
+        const double* mi = m.data + i * m.stride;
+        double sum = 0.0;
+        for (VoSize k = 0; k < m.cols; ++k)
+            sum += mi[k] * v.data[k];
+        data[i * stride] = sum;
+    }
+}
+
+void Matrix::setMatMulMatTriL(const VoMatrix& a, const VoMatrix& b)
+{
+    setMatMulMatTriLSkip(a, b, 0);
+}
+
+void Matrix::setMatMulMatTriLSkip(const VoMatrix& a, const VoMatrix& b, VoSize n)
+{
+    for (VoSize i = n; i < a.rows; ++i) {
+        double* out = data + i * stride;
+        for (VoSize j = 0; j < b.cols; ++j)
+            out[j] = j <= i ? rowTimesCol(a, i, b, j) : 0.0;
+    }
+}
+
 } // namespace velo
