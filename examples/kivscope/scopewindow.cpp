@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QEvent>
 #include <QLabel>
+#include <QPainter>
 #include <QStatusBar>
 #include <QTimer>
 
@@ -51,6 +52,8 @@ ScopeWindow::ScopeWindow(const Options& opts, QWidget* parent)
     buildBars();
     // Full fit everywhere: the tool bar pushes its state into every graph of the panel.
     panel->toolbar()->setAutoScaleMethod(static_cast<KivAutoScaleMethod>(2));
+    // The series have labels now: show every graph's legend.
+    panel->toolbar()->setLegendChecked(true);
 
     for (KivGraph* graph : panel->findChildren<KivGraph*>())
         graph->installEventFilter(this);
@@ -122,11 +125,12 @@ void ScopeWindow::buildLissajous()
     KivDataSet* figure = panel->addDataSet(graph, 1500, QColor(130, 40, 160), Line2D);
     panel->setDataSetLabel(figure, tr("3:2 figure"));
     graph->setEqualAxesChecked(true);
+    // One full 3:2 figure per window of samples, slowly turning through its phase.
+    const double period = 1500.0;
     const double rate = options.rate;
-    producers.add([figure, rate](unsigned long i) {
-        const double t = i / rate;
-        const double phase = 0.2 * t;
-        figure->addData(std::sin(2.0 * M_PI * 3.0 * t * 0.25 + phase), std::sin(2.0 * M_PI * 2.0 * t * 0.25));
+    producers.add([figure, period, rate](unsigned long i) {
+        const double phase = 0.5 * i / rate;
+        figure->addData(std::sin(2.0 * M_PI * 3.0 * i / period + phase), std::sin(2.0 * M_PI * 2.0 * i / period));
     });
 }
 
@@ -177,9 +181,17 @@ void ScopeWindow::updateStatus()
 bool ScopeWindow::saveScreenshots(const QString& dir)
 {
     QDir().mkpath(dir);
-    bool ok = grab().save(dir + "/kivscope.png");
+    // A window grab shows the GL content but not what the graphs paint over it with QPainter,
+    // so each graph's own frame is laid over its place in the window.
+    QPixmap window = grab();
+    QPainter painter(&window);
+    bool ok = true;
     int index = 0;
-    for (KivGraph* graph : panel->findChildren<KivGraph*>())
-        ok = graph->grabFramebuffer().save(dir + QString("/graph-%1.png").arg(index++)) && ok;
-    return ok;
+    for (KivGraph* graph : panel->findChildren<KivGraph*>()) {
+        const QImage frame = graph->grabFramebuffer();
+        painter.drawImage(graph->mapTo(this, QPoint(0, 0)), frame);
+        ok = frame.save(dir + QString("/graph-%1.png").arg(index++)) && ok;
+    }
+    painter.end();
+    return window.save(dir + "/kivscope.png") && ok;
 }
