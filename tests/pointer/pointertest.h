@@ -22,6 +22,9 @@
 
 #include <utility>
 
+// The panning signal carries the button; spies and data columns need it as a meta type.
+Q_DECLARE_METATYPE(Qt::MouseButton)
+
 namespace pointertest {
 
 // A graph that counts its frames, so a test can wait for the repaint a gesture asked for.

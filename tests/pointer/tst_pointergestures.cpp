@@ -14,8 +14,6 @@ using pointertest::near;
 using pointertest::scale;
 using pointertest::wheel;
 
-Q_DECLARE_METATYPE(Qt::MouseButton)
-
 namespace {
 
 using Range = std::pair<double, double>;
