@@ -20,6 +20,8 @@ public:
     int rows = 0;
     int columns = 0;
     QString fontPath;
+    //! Kept here: the tool bar reports its selector hidden while itself is not shown.
+    bool layoutSelectionAllowed = false;
     GridSplitter* grid = nullptr;
     KivToolBar* toolbar = nullptr;
     //! Row-major: (r, c) is entry columns * r + c.
@@ -111,12 +113,14 @@ void KivWidget::selectLayout(int rows, int cols)
     while (d->graphs.size() < count) {
         auto* graph = new KivGraphWidget;
         connectToolbarToGraph(d->toolbar, graph);
-        // Queued, so the pan step has passed the graph's limits before the range is shared.
+        // Deferred, so the pan step has passed the graph's limits before the range is shared.
         QPointer<KivGraphWidget> source(graph);
         connect(graph, &KivGraphWidget::panning, this, [this, source]() {
-            if (source)
-                d->shareXScale(source);
-        }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(this, [this, source]() {
+                if (source)
+                    d->shareXScale(source);
+            }, Qt::QueuedConnection);
+        });
         d->graphs.append(graph);
     }
 
@@ -136,7 +140,7 @@ void KivWidget::selectLayout(int rows, int cols)
     d->grid->show();
     d->grid->resetGrid(-1, -1);
 
-    d->toolbar->showLayoutSelection(d->toolbar->isLayoutSelectionShown(), rows, cols);
+    d->toolbar->showLayoutSelection(d->layoutSelectionAllowed, rows, cols);
     checkForLegends();
     d->toolbar->emitAllStates();
     emit layoutChanged();
@@ -162,8 +166,9 @@ void KivWidget::linkAxes(int axes)
 
 void KivWidget::setAllowLayoutSelection(bool allow)
 {
-    if (allow == d->toolbar->isLayoutSelectionShown())
+    if (allow == d->layoutSelectionAllowed)
         return;
+    d->layoutSelectionAllowed = allow;
     if (allow) {
         d->toolbar->showLayoutSelection(true, d->rows, d->columns);
         connect(d->toolbar, SIGNAL(layoutSelectionChanged(int,int)), this, SLOT(selectLayout(int,int)));
@@ -175,7 +180,7 @@ void KivWidget::setAllowLayoutSelection(bool allow)
 
 bool KivWidget::isLayoutSelectionChangeAllowed() const
 {
-    return d->toolbar->isLayoutSelectionShown();
+    return d->layoutSelectionAllowed;
 }
 
 void KivWidget::checkForLegends()
@@ -402,6 +407,9 @@ KivDataSet* KivWidget::addDataSet(KivGraphWidget* graph, unsigned long maxItemCo
 
 void KivWidget::removeDataSet(KivGraphWidget* graph, KivDataSet* set)
 {
+    // A null set would make the graphs drop all their series.
+    if (!set)
+        return;
     if (graph) {
         graph->removeDataSet(set);
     } else {

@@ -102,7 +102,7 @@ public:
     //! Keeps Qt::red and friends from being read as 0xBBGGRR integers.
     KivDataSet* addDataSet(KivGraphWidget* graph, unsigned long maxItemCount, Qt::GlobalColor color,
                            unsigned long style = KivDataStyle1D);
-    //! A null \a graph removes \a set from whichever graph holds it.
+    //! A null \a graph removes \a set from whichever graph holds it; a null \a set is ignored.
     void removeDataSet(KivGraphWidget* graph, KivDataSet* set);
     //! Both null: every graph; a graph: it and, if given, \a set too; only a set: that set.
     void clear(KivGraphWidget* graph, KivDataSet* set, bool resetTime);

@@ -28,6 +28,7 @@ private slots:
     void relayoutKeepsGraphsWithData();
     void relayoutFromToolBar();
     void layoutSelectionSwitch();
+    void layoutSelectionBeforeShow();
     void newGraphsTakeToolBarState();
     void dragResizesCells();
     void hitTesting_data();
@@ -178,6 +179,7 @@ void TestPanel::relayoutKeepsGraphsWithData()
 void TestPanel::relayoutFromToolBar()
 {
     KivWidget panel(1, 1);
+    panel.resize(900, 400);
     panel.setAllowLayoutSelection(true);
     panel.show();
     QVERIFY(QTest::qWaitForWindowExposed(&panel));
@@ -206,13 +208,13 @@ void TestPanel::relayoutFromToolBar()
     // Fill a second graph, then ask for 1 x 1 and back: the filled ones survive in order.
     KivGraphWidget* third = panel.getGraph(0, 2);
     fill(panel, third);
+    QPointer<KivGraphWidget> thirdWatch(third);
     cols->setValue(1);
     rows->setValue(1);
     panel.getLayout(r, c);
     QCOMPARE(r, 1);
     QCOMPARE(c, 1);
     QCOMPARE(panel.getGraph(0, 0), first);
-    QPointer<KivGraphWidget> thirdWatch(third);
     QVERIFY(thirdWatch.isNull()); // did not fit any more
 
     rows->setValue(2);
@@ -238,6 +240,7 @@ void TestPanel::relayoutFromToolBar()
 void TestPanel::layoutSelectionSwitch()
 {
     KivWidget panel(2, 2);
+    panel.resize(900, 400); // room for the whole tool bar
     panel.show();
     QVERIFY(QTest::qWaitForWindowExposed(&panel));
     QVERIFY(!panel.isLayoutSelectionChangeAllowed());
@@ -272,6 +275,37 @@ void TestPanel::layoutSelectionSwitch()
     panel.getLayout(r, c);
     QCOMPARE(r, 2);
     QCOMPARE(c, 1);
+}
+
+void TestPanel::layoutSelectionBeforeShow()
+{
+    // A host sets the panel up before showing it.
+    KivWidget panel(1, 1);
+    panel.resize(900, 400);
+    panel.setAllowLayoutSelection(true);
+    QVERIFY(panel.isLayoutSelectionChangeAllowed());
+    panel.selectLayout(2, 3);
+    panel.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&panel));
+    QSpinBox* rows = spinBox(panel, QStringLiteral("Rows"));
+    QSpinBox* cols = spinBox(panel, QStringLiteral("Columns"));
+    QTRY_VERIFY(rows->isVisible());
+    QCOMPARE(rows->value(), 2);
+    QCOMPARE(cols->value(), 3);
+    cols->setValue(1);
+    int r = 0, c = 0;
+    panel.getLayout(r, c);
+    QCOMPARE(c, 1);
+
+    panel.hide();
+    panel.setAllowLayoutSelection(false);
+    QVERIFY(!panel.isLayoutSelectionChangeAllowed());
+    panel.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&panel));
+    QVERIFY(!rows->isVisible());
+    rows->setValue(4);
+    panel.getLayout(r, c);
+    QCOMPARE(r, 2);
 }
 
 void TestPanel::newGraphsTakeToolBarState()
@@ -331,7 +365,8 @@ void TestPanel::hitTesting_data()
     QTest::addColumn<char>("axis");
     QTest::newRow("bottom right") << QPointF(0.9, 0.8) << 'x';
     QTest::newRow("top left") << QPointF(0.1, 0.2) << 'y';
-    QTest::newRow("top right") << QPointF(0.9, 0.1) << 'y';
+    QTest::newRow("top right, nearer the top") << QPointF(0.7, 0.05) << 'y';
+    QTest::newRow("top right, nearer the right") << QPointF(0.95, 0.3) << 'x';
     QTest::newRow("bottom left") << QPointF(0.1, 0.9) << 'y';
     QTest::newRow("right of centre") << QPointF(0.7, 0.5) << 'x';
 }
@@ -409,7 +444,7 @@ void TestPanel::legendLayout()
     panel.setLegendLayout(LegendRight);
     for (KivGraphWidget* g : graphs(panel)) {
         QTRY_VERIFY(g->legend()->isVisible());
-        QVERIFY(g->legend()->geometry().left() >= g->graph()->geometry().right());
+        QTRY_VERIFY(g->legend()->geometry().left() > g->graph()->geometry().right());
     }
     panel.setLegendLayout(LegendAbove);
     for (KivGraphWidget* g : graphs(panel)) {

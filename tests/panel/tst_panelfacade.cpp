@@ -230,6 +230,7 @@ void TestPanelFacade::graphForwarding()
     QCOMPARE(g->graph()->noDataText(), QStringLiteral("waiting"));
     p.setGraphText(g, QStringLiteral("note"));
     QCOMPARE(g->graph()->graphText(), QStringLiteral("note"));
+    p.addDataSet(g, 10, QColor(Qt::red)); // the time base lives in the first series
     p.setTime(g, 0.5, 12.0);
     double interval = 0.0, time = 0.0;
     g->graph()->getTime(interval, time);
@@ -461,7 +462,8 @@ void TestPanelFacade::scopeOffset()
     KivDataSet* set = p.addDataSet(p.getGraph(0, 2), 100, QColor(Qt::red));
     for (int i = 0; i < 20; ++i)
         p.addData(set, double(i));
-    QCOMPARE(p.getScopeOffset(nullptr), -1l);
+    // Graphs without series report -1; the bounded series starts at 0.
+    QCOMPARE(p.getScopeOffset(nullptr), 0l);
 
     p.setScopeOffset(p.getGraph(0, 2), 5);
     QCOMPARE(p.getScopeOffset(p.getGraph(0, 2)), 5l);

@@ -4,6 +4,7 @@
 #include <kiv_graph.h>
 
 #include <QAtomicInt>
+#include <QVector>
 #include <QTest>
 
 #include <thread>
@@ -83,7 +84,7 @@ void TestPanelThreads::producersByIndex()
     for (KivGraphWidget* g : graphs(panel))
         g->graph()->grabFramebuffer();
 
-    QList<int> next(int(producers.size()), 0);
+    QVector<int> next(int(producers.size()), 0);
     for (int s = 0; s < sets.size(); ++s) {
         KivDataSet* set = sets.at(s);
         const unsigned long n = set->getDisplayItemCount();
