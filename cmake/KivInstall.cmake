@@ -9,6 +9,9 @@ set(_kiv_targets kiv votypes)
 if(TARGET guihelper)
   list(APPEND _kiv_targets guihelper)
 endif()
+# Installed libraries find each other next to themselves (libkiv needs libvotypes and
+# libguihelper), whatever the host's own run path says.
+set_target_properties(${_kiv_targets} PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS ${_kiv_targets} EXPORT KivTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -42,5 +45,6 @@ set(KIV_PC_LIBS "-lkiv -lvotypes")
 if(TARGET guihelper)
   string(APPEND KIV_PC_LIBS " -lguihelper")
 endif()
+file(RELATIVE_PATH KIV_PC_UP /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/kiv.pc.in ${PROJECT_BINARY_DIR}/kiv.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kiv.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
