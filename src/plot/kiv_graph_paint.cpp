@@ -82,6 +82,13 @@ void KivGraph::paintGL()
     for (int a = 0; a < 3; ++a) {
         box(a, 0) = m_axes.at(a).scaleMin;
         box(a, 1) = m_axes.at(a).scaleMax;
+        // A zero span (minimum scale 0) would scale every sample to infinity; draw the
+        // samples in the middle instead.
+        if (!(box(a, 1) > box(a, 0))) {
+            const double pad = std::fmax(std::fabs(box(a, 0)) * 1e-9, 1e-9);
+            box(a, 0) -= pad;
+            box(a, 1) += pad;
+        }
     }
     bool outOfRange = false;
     for (int i = m_dataSets.size() - 1; i >= 0; --i) {
@@ -529,12 +536,12 @@ void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>
         decimalsToFmt(ax.displayMin, ax.displayMax, decimals, fmt);
         const int bottom = isHorizontalScrollbarVisible(box) ? h - int(ScrollBarPixels) : h;
         double last = -1.0 - 80.0 / w;
+        int lastRight = -1;
         double v = std::ceil(ax.displayMin / step) * step;
         for (int n = 0; v < ax.displayMax && n < MaxGridLines; ++n, v += step) {
             const double gx = mx.toGraph(v);
             if (gx - last < 80.0 / w)
                 continue;
-            last = gx;
             QString text;
             if (timeSeries) {
                 const double position = calculateItemXIndex(*first, v);
@@ -547,8 +554,13 @@ void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>
             }
             const QRect r = fm.boundingRect(text);
             const int column = int(w * (gx + 1.0) * 0.5);
-            // Beside the grid line, kept inside the widget.
+            // Beside the grid line, kept inside the widget; long time labels that would run
+            // into the previous one are left out.
             const int left = qBound(0, column + 2, qMax(0, w - r.width() - 1));
+            if (left < lastRight + 6)
+                continue;
+            last = gx;
+            lastRight = left + r.width();
             painter->drawText(QRect(left, bottom - r.height(), r.width() + 1, r.height()),
                               Qt::AlignLeft | Qt::AlignBottom, text);
         }
