@@ -27,6 +27,13 @@ bool isGestureButton(Qt::MouseButton button)
     return button == Qt::LeftButton || button == Qt::RightButton;
 }
 
+// The record's rectangle with its corners in order, whichever way it was dragged.
+void rectangleCorners(const KivGraph::PanZoomInfo& r, QPointF& topLeft, QPointF& bottomRight)
+{
+    topLeft = QPointF(std::min(r.startPos.x(), r.endPos.x()), std::max(r.startPos.y(), r.endPos.y()));
+    bottomRight = QPointF(std::max(r.startPos.x(), r.endPos.x()), std::min(r.startPos.y(), r.endPos.y()));
+}
+
 } // namespace
 
 bool KivGraph::PanZoomInfo::validZoom() const
@@ -187,19 +194,17 @@ void KivGraph::handleMouseDown(Qt::MouseButton button, const QPoint& p)
     forceScheduleUpdate();
 }
 
+// With a gesture running the move belongs to it; otherwise it drives the measure cursor.
 void KivGraph::handleMouseMove(Qt::MouseButton button, const QPoint& p)
 {
-    if (isGestureButton(button) && (isZooming() || isPanning())) {
-        PanZoomInfo& r = getPanZoomInfo(button);
-        if (r.active) {
-            moveGesture(button, r, p);
-            scheduleUpdate();
-            return;
-        }
-    }
-    if (isGestureButton(button) && getPanZoomInfo(button).active)
+    if (!isGestureButton(button) || !getPanZoomInfo(button).active) {
+        moveMeasureCursor(p);
         return;
-    moveMeasureCursor(p);
+    }
+    if (isZooming() || isPanning()) {
+        moveGesture(button, getPanZoomInfo(button), p);
+        scheduleUpdate();
+    }
 }
 
 void KivGraph::moveGesture(Qt::MouseButton button, PanZoomInfo& r, const QPoint& p)
@@ -290,9 +295,9 @@ void KivGraph::handleMouseUp(Qt::MouseButton button, const QPoint& p)
             pointToGraphPos(r.endPoint, r.endPos, true);
         }
         if (r.validZoom()) {
-            const QPointF topLeft(std::min(r.startPos.x(), r.endPos.x()), std::max(r.startPos.y(), r.endPos.y()));
-            const QPointF bottomRight(std::max(r.startPos.x(), r.endPos.x()),
-                                      std::min(r.startPos.y(), r.endPos.y()));
+            QPointF topLeft;
+            QPointF bottomRight;
+            rectangleCorners(r, topLeft, bottomRight);
             ScaleInfo info = currentScaleInfo();
             processZoomRectangle(topLeft, bottomRight,
                                  button == Qt::RightButton ? ZoomMode::ZoomOut : ZoomMode::ZoomIn, info);
@@ -506,8 +511,9 @@ void KivGraph::wheelEvent(QWheelEvent* e)
         QPointF centre;
         pointToGraphPos(p, centre, true);
         updateZoomRectangle(centre, r, 2.0, 2.0);
-        const QPointF topLeft(std::min(r.startPos.x(), r.endPos.x()), std::max(r.startPos.y(), r.endPos.y()));
-        const QPointF bottomRight(std::max(r.startPos.x(), r.endPos.x()), std::min(r.startPos.y(), r.endPos.y()));
+        QPointF topLeft;
+        QPointF bottomRight;
+        rectangleCorners(r, topLeft, bottomRight);
         ScaleInfo info = currentScaleInfo();
         processZoomRectangle(topLeft, bottomRight, up ? ZoomMode::ZoomIn : ZoomMode::ZoomOut, info);
         applyScaleLimits(info, m_axes);
@@ -529,7 +535,7 @@ QString KivGraph::pointerValueText(int axis, double value) const
 {
     // On a time series x is the sample window: show the sample position (or its time).
     const KivDataSet* first = m_dataSets.isEmpty() ? nullptr : m_dataSets.first();
-    if (axis == 0 && dimensions() == 1 && first->getMaxItemCount() > 0) {
+    if (axis == 0 && first && first->dimensions() == 1 && first->getMaxItemCount() > 0) {
         const double index = calculateItemXIndex(*first, value);
         if (m_axes.at(0).style & KivAxisStyleTimeLabels)
             return generateTimeString(*first, index);
@@ -551,8 +557,9 @@ QString KivGraph::pointerValueText(int axis, double value) const
 // corner, moved as needed to stay inside the widget.
 void KivGraph::drawZoomCornerLabels(QPainter* painter, const PanZoomInfo& r)
 {
-    const QPointF topLeft(std::min(r.startPos.x(), r.endPos.x()), std::max(r.startPos.y(), r.endPos.y()));
-    const QPointF bottomRight(std::max(r.startPos.x(), r.endPos.x()), std::min(r.startPos.y(), r.endPos.y()));
+    QPointF topLeft;
+    QPointF bottomRight;
+    rectangleCorners(r, topLeft, bottomRight);
     const KivAxisInfo& x = m_axes.at(0);
     const KivAxisInfo& y = m_axes.at(1);
     velo::MatrixF<3, 2> view;

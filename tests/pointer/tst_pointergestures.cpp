@@ -54,7 +54,6 @@ private slots:
     void rubberBand();
     void rubberBandRecordWhileDragging();
     void secondButtonCancelsZoom();
-    void bothButtonsMayPan();
     void doubleClickZoomFollowsPointer_data();
     void doubleClickZoomFollowsPointer();
     void wheelResizesDoubleClickRectangle_data();
@@ -66,7 +65,6 @@ private slots:
     void wheelOutsideZoomGoesToParent();
     void pan_data();
     void pan();
-    void panStaysInsideLimits();
     void sliderDrag_data();
     void sliderDrag();
     void allSamplesZoomOnlyChangesY();
@@ -222,23 +220,6 @@ void TestPointerGestures::secondButtonCancelsZoom()
     QTest::mouseRelease(g, Qt::LeftButton, Qt::NoModifier, QPoint(150, 100));
     QVERIFY2(sameRange(scale(*g, 'x'), 30.0, 150.0), qPrintable(rangeText(scale(*g, 'x'))));
     QVERIFY(sameRange(scale(*g, 'y'), 100.0, 180.0));
-}
-
-void TestPointerGestures::bothButtonsMayPan()
-{
-    g->setControlState(KivGraph::ControlPan);
-    QTest::mousePress(g, Qt::LeftButton, Qt::NoModifier, QPoint(100, 100));
-    QTest::mousePress(g, Qt::RightButton, Qt::NoModifier, QPoint(100, 100));
-    QVERIFY(g->getPanZoomInfo(Qt::LeftButton).active);
-    QVERIFY(g->getPanZoomInfo(Qt::RightButton).active);
-    // Moves go to the left button's gesture.
-    QSignalSpy panning(g, &KivGraph::panning);
-    QTest::mouseMove(g, QPoint(130, 100));
-    QCOMPARE(panning.count(), 1);
-    QCOMPARE(panning.at(0).at(0).value<Qt::MouseButton>(), Qt::LeftButton);
-    QTest::mouseRelease(g, Qt::LeftButton, Qt::NoModifier, QPoint(130, 100));
-    QTest::mouseRelease(g, Qt::RightButton, Qt::NoModifier, QPoint(130, 100));
-    QVERIFY(noGestureActive(*g));
 }
 
 void TestPointerGestures::doubleClickZoomFollowsPointer_data()
@@ -450,17 +431,6 @@ void TestPointerGestures::pan()
     QCOMPARE(panning.count(), 3);
     QVERIFY(noGestureActive(*g));
     QVERIFY(sameRange(scale(*g, 'y'), sign * 20.0, 200.0 + sign * 20.0));
-}
-
-void TestPointerGestures::panStaysInsideLimits()
-{
-    g->setAxisLimits('x', -10.0, 310.0);
-    g->setControlState(KivGraph::ControlPan);
-    QTest::mousePress(g, Qt::LeftButton, Qt::NoModifier, QPoint(100, 100));
-    QTest::mouseMove(g, QPoint(200, 100));
-    QTest::mouseRelease(g, Qt::LeftButton, Qt::NoModifier, QPoint(200, 100));
-    // Dragged 100 to the right, held at the lower limit.
-    QVERIFY2(sameRange(scale(*g, 'x'), -10.0, 200.0), qPrintable(rangeText(scale(*g, 'x'))));
 }
 
 void TestPointerGestures::sliderDrag_data()

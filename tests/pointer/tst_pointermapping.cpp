@@ -36,13 +36,10 @@ private slots:
     void roundTripLosesAtMostOnePixel();
     void scalePoints_data();
     void scalePoints();
-    void validity_data();
-    void validity();
     void autoZoomRect_data();
     void autoZoomRect();
     void zoomRectangle_data();
     void zoomRectangle();
-    void scaleInfoGoesThroughLimits();
     void panLimits_data();
     void panLimits();
     void panLimitsShowAllSamples();
@@ -154,35 +151,6 @@ void TestPointerMapping::scalePoints()
     QVERIFY(near(back.x(), pos.x()) && near(back.y(), pos.y()));
 }
 
-void TestPointerMapping::validity_data()
-{
-    QTest::addColumn<QPointF>("topLeft");
-    QTest::addColumn<QPointF>("bottomRight");
-    QTest::addColumn<bool>("topLeftValid");
-    QTest::addColumn<bool>("rectValid");
-
-    QTest::newRow("whole plot") << QPointF(-1.0, 1.0) << QPointF(1.0, -1.0) << true << true;
-    QTest::newRow("point") << QPointF(0.2, 0.2) << QPointF(0.2, 0.2) << true << true;
-    QTest::newRow("mirrored x") << QPointF(0.5, 0.5) << QPointF(-0.5, -0.5) << true << false;
-    QTest::newRow("mirrored y") << QPointF(-0.5, -0.5) << QPointF(0.5, 0.5) << true << false;
-    QTest::newRow("corner outside") << QPointF(-1.01, 0.5) << QPointF(0.5, -0.5) << false << false;
-    QTest::newRow("other corner outside") << QPointF(-0.5, 0.5) << QPointF(0.5, -1.5) << true << false;
-}
-
-void TestPointerMapping::validity()
-{
-    QFETCH(QPointF, topLeft);
-    QFETCH(QPointF, bottomRight);
-    QFETCH(bool, topLeftValid);
-    QFETCH(bool, rectValid);
-
-    KivGraph g;
-    QCOMPARE(g.posValid(topLeft), topLeftValid);
-    QCOMPARE(g.rectValid(topLeft, bottomRight), rectValid);
-    QVERIFY(g.posValid(g.clampPos(topLeft)));
-    QVERIFY(g.posValid(g.clampPos(bottomRight)));
-}
-
 void TestPointerMapping::autoZoomRect_data()
 {
     QTest::addColumn<QPointF>("centre");
@@ -276,28 +244,6 @@ void TestPointerMapping::zoomRectangle()
              qPrintable(QString("x %1 .. %2, y %3 .. %4").arg(info.xMin).arg(info.xMax).arg(info.yMin).arg(info.yMax)));
     // Computing a rectangle does not move the view.
     QCOMPARE(scale(g, 'x'), std::make_pair(0.0, 100.0));
-}
-
-void TestPointerMapping::scaleInfoGoesThroughLimits()
-{
-    KivGraph g;
-    g.resize(300, 200);
-    g.setAxisLimits('x', 0.0, 50.0);
-    g.setAxisMinScale('y', 1.0);
-    QList<KivAxisInfo> axes;
-    for (int i = 0; i < 3; ++i)
-        axes << g.axisInfo(i);
-
-    KivGraph::ScaleInfo info;
-    info.xMin = -20.0;
-    info.xMax = 30.0;
-    info.yMin = 4.0;
-    info.yMax = 4.2;
-    g.applyScaleLimits(info, axes);
-    QCOMPARE(axes[0].scaleMin, 0.0);
-    QCOMPARE(axes[0].scaleMax, 30.0);
-    QVERIFY(near(axes[1].scaleMin, 3.6));
-    QVERIFY(near(axes[1].scaleMax, 4.6));
 }
 
 void TestPointerMapping::panLimits_data()
