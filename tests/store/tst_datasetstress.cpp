@@ -1,0 +1,118 @@
+// Several producer threads append to one series while another thread moves the data, as
+// the graph's painting does. Nothing may be lost or reordered; the time base must count
+// every sample. Built with -DKIV_SANITIZE=thread this is also the race check.
+
+#include "kiv_dataset.h"
+
+#include <QtTest>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr int Producers = 4;
+constexpr long PerProducer = 1000000;
+// A sample encodes its producer and its running number exactly in a double.
+constexpr double ProducerStride = 1e7;
+
+} // namespace
+
+class TestDataSetStress : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void producersAndFlusher_data();
+    void producersAndFlusher();
+};
+
+void TestDataSetStress::producersAndFlusher_data()
+{
+    QTest::addColumn<ulong>("maxItems");
+    QTest::addColumn<bool>("toggleFreeze");
+
+    QTest::newRow("unbounded") << 0ul << false;
+    QTest::newRow("bounded") << 100000ul << false;
+    QTest::newRow("unbounded, freezing now and then") << 0ul << true;
+}
+
+void TestDataSetStress::producersAndFlusher()
+{
+    QFETCH(ulong, maxItems);
+    QFETCH(bool, toggleFreeze);
+
+    KivDataSet ds(640, 480);
+    ds.setMaxItemCount(maxItems);
+    ds.setTime(0.5, 0.0);
+
+    std::atomic<int> running{Producers};
+    std::atomic<bool> go{false};
+    std::vector<std::thread> producers;
+    for (int p = 0; p < Producers; ++p) {
+        producers.emplace_back([&, p] {
+            while (!go.load())
+                std::this_thread::yield();
+            const double base = p * ProducerStride;
+            for (long i = 0; i < PerProducer; ++i)
+                ds.addData(base + double(i));
+            --running;
+        });
+    }
+
+    unsigned long flushes = 0, biggestCount = 0;
+    std::thread flusher([&] {
+        while (!go.load())
+            std::this_thread::yield();
+        while (running.load() > 0) {
+            if (toggleFreeze && flushes % 50 == 10)
+                ds.freeze(true);
+            if (toggleFreeze && flushes % 50 == 30)
+                ds.freeze(false);
+            ds.flush();
+            biggestCount = std::max(biggestCount, ds.getItemCount());
+            ++flushes;
+            std::this_thread::yield();
+        }
+        ds.freeze(false);
+        ds.flush();
+    });
+    go = true;
+    for (std::thread &t : producers)
+        t.join();
+    flusher.join();
+    ds.flush(); // nothing left over
+    qInfo("%lu flushes", flushes);
+
+    const unsigned long total = Producers * PerProducer;
+    const unsigned long expected = maxItems > 0 ? std::min(maxItems, total) : total;
+    QCOMPARE(ds.getDisplayItemCount(), expected);
+    QCOMPARE(ds.getItemCount(), expected);
+    QVERIFY(biggestCount <= (maxItems > 0 ? maxItems : total));
+    double interval = 0.0, time = 0.0;
+    ds.getTime(interval, time);
+    QCOMPARE(time, 0.5 * double(total));
+
+    // Each producer's samples appear in the order they were added; unbounded, all of them.
+    long next[Producers];
+    for (long &n : next)
+        n = -1;
+    for (unsigned long i = 0; i < expected; ++i) {
+        double v = -1.0;
+        ds.getData(i, v);
+        const int p = int(v / ProducerStride);
+        QVERIFY2(p >= 0 && p < Producers, qPrintable(QString("sample %1 reads %2").arg(i).arg(v)));
+        const long counter = long(v - p * ProducerStride);
+        if (maxItems == 0 ? counter != next[p] + 1 : counter <= next[p])
+            QFAIL(qPrintable(QString("producer %1: %2 follows %3 at %4").arg(p).arg(counter).arg(next[p]).arg(i)));
+        next[p] = counter;
+    }
+    if (maxItems == 0) {
+        for (int p = 0; p < Producers; ++p)
+            QCOMPARE(next[p], PerProducer - 1);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestDataSetStress)
+#include "tst_datasetstress.moc"
