@@ -678,8 +678,8 @@ void TestGraph3D::pointerHiddenWhileDragging()
 
 void TestGraph3D::gridPlanes_data()
 {
-    QTest::addColumn<QVector3D>("offset");
-    QTest::addColumn<QVector3D>("size");
+    QTest::addColumn<QList<double>>("offset");
+    QTest::addColumn<QList<double>>("size");
     QTest::addColumn<double>("zRotation");
     QTest::addColumn<QStringList>("expected");
 
@@ -687,41 +687,40 @@ void TestGraph3D::gridPlanes_data()
     // is turned exactly half round, when it is at x = -1.
     const QStringList floor = planeLines(2, -1, 0, -1, 2, 1, -1, 2);
     const QStringList wallY = planeLines(1, -1, 0, -1, 2, 2, -1, 2);
-    QTest::newRow("default") << QVector3D(-1, -1, -1) << QVector3D(2, 2, 2) << -60.0
+    QTest::newRow("default") << QList<double>{-1, -1, -1} << QList<double>{2, 2, 2} << -60.0
                              << floor + wallY + planeLines(0, 1, 1, -1, 2, 2, -1, 2);
-    QTest::newRow("z rotation 179") << QVector3D(-1, -1, -1) << QVector3D(2, 2, 2) << 179.0
+    QTest::newRow("z rotation 179") << QList<double>{-1, -1, -1} << QList<double>{2, 2, 2} << 179.0
                                     << floor + wallY + planeLines(0, 1, 1, -1, 2, 2, -1, 2);
-    QTest::newRow("z rotation 180") << QVector3D(-1, -1, -1) << QVector3D(2, 2, 2) << 180.0
+    QTest::newRow("z rotation 180") << QList<double>{-1, -1, -1} << QList<double>{2, 2, 2} << 180.0
                                     << floor + wallY + planeLines(0, -1, 1, -1, 2, 2, -1, 2);
 
-    // Uneven extents whose quarter steps are not exact in binary still get all five lines.
-    const QVector3D o(0.5, 0.5, -2.0), s(0.3, 0.7, 3.1);
-    QTest::newRow("box") << o << s << 0.0
-                         << planeLines(2, -2.0, 0, 0.5, 0.3, 1, 0.5, 0.7) + planeLines(1, 0.5, 0, 0.5, 0.3, 2, -2.0, 3.1)
-                                + planeLines(0, 0.8, 1, 0.5, 0.7, 2, -2.0, 3.1);
+    // Extents whose steps, added up, would overshoot the far edge still get all five lines.
+    QTest::newRow("box") << QList<double>{0.1, 0.1, -0.7} << QList<double>{0.7, 0.6, 0.7} << 0.0
+                         << planeLines(2, -0.7, 0, 0.1, 0.7, 1, 0.1, 0.6) + planeLines(1, 0.1, 0, 0.1, 0.7, 2, -0.7, 0.7)
+                                + planeLines(0, 0.8, 1, 0.1, 0.6, 2, -0.7, 0.7);
 
     // The floor's lines along x run while y stays within x0 + sy: with x0 one step above
     // y0 there is one line more, beyond the cube.
     QStringList shifted = planeLines(2, 0, 0, 0.5, 2, 1, 0, 2) + planeLines(1, 0, 0, 0.5, 2, 2, 0, 2)
         + planeLines(0, 2.5, 1, 0, 2, 2, 0, 2);
     shifted << segment(QVector3D(0.5, 2.5, 0), QVector3D(2.5, 2.5, 0));
-    QTest::newRow("x offset above y offset") << QVector3D(0.5, 0, 0) << QVector3D(2, 2, 2) << 0.0 << shifted;
+    QTest::newRow("x offset above y offset") << QList<double>{0.5, 0, 0} << QList<double>{2, 2, 2} << 0.0 << shifted;
 }
 
 void TestGraph3D::gridPlanes()
 {
-    QFETCH(QVector3D, offset);
-    QFETCH(QVector3D, size);
+    QFETCH(QList<double>, offset);
+    QFETCH(QList<double>, size);
     QFETCH(double, zRotation);
     QFETCH(QStringList, expected);
 
     kivtest::GLContextScope gl;
     QVERIFY(gl.isValid());
     ProbeView v;
-    v.setAxisOffset(velo::Vector3(offset.x(), offset.y(), offset.z()));
-    v.gridSize[0] = size.x();
-    v.gridSize[1] = size.y();
-    v.gridSize[2] = size.z();
+    v.setAxisOffset(velo::Vector3(offset[0], offset[1], offset[2]));
+    v.gridSize[0] = size[0];
+    v.gridSize[1] = size[1];
+    v.gridSize[2] = size[2];
     v.setZRotation(zRotation);
 
     const QStringList lines = captureSegments([&] { v.drawGrid(); });
@@ -844,8 +843,9 @@ void TestGraph3D::arrowPointsFromTo_data()
     QTest::newRow("-z") << QVector3D(0, 0, 1) << QVector3D(0, 0, -1) << 1.5 << QVector3D(0, 0, -0.5);
     QTest::newRow("diagonal") << QVector3D(1, 1, -1) << QVector3D(-1, -1, 1) << std::sqrt(3.0)
                               << QVector3D(0, 0, 0);
-    QTest::newRow("points very close") << QVector3D(0, 0, 0) << QVector3D(1e-5f, 0, 1e-5f) << 1.0
-                                       << QVector3D(float(M_SQRT1_2), 0, float(M_SQRT1_2));
+    const float third = float(1.0 / std::sqrt(3.0));
+    QTest::newRow("points very close") << QVector3D(0, 0, 0) << QVector3D(1e-5f, -1e-5f, 1e-5f) << 1.0
+                                       << QVector3D(third, -third, third);
     QTest::newRow("same point: along +z") << QVector3D(0.2f, 0.3f, 0) << QVector3D(0.2f, 0.3f, 0) << 1.0
                                           << QVector3D(0.2f, 0.3f, 1);
 }
@@ -929,6 +929,13 @@ void TestGraph3D::defaultPicture()
     const QImage turned = v.grabFramebuffer();
     QVERIFY(anyPixelNear(turned, expectedPixel(v, {0, -1, -1}), 2, [](const QColor& c) { return isMostly(c, 0); }));
     QVERIFY(anyPixelNear(turned, expectedPixel(v, {-1, 0, -1}), 2, [](const QColor& c) { return isMostly(c, 2); }));
+
+    // The arrows' common start takes its z from the corner's y.
+    v.setAxisOffset(velo::Vector3(-1.0, -0.5, 0.5));
+    const QImage moved = v.grabFramebuffer();
+    QVERIFY(anyPixelNear(moved, expectedPixel(v, {0, -0.5f, -0.5f}), 2, [](const QColor& c) { return isMostly(c, 0); }));
+    QVERIFY(!anyPixelNear(moved, expectedPixel(v, {0, -0.5f, 0.5f}), 2, [](const QColor& c) { return isMostly(c, 0); }));
+    QVERIFY(anyPixelNear(moved, expectedPixel(v, {-1, -0.5f, 0}), 2, [](const QColor& c) { return isMostly(c, 1); }));
 }
 
 void TestGraph3D::gridAndPointsPicture()
