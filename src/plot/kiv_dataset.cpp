@@ -359,6 +359,14 @@ void KivDataSetPrivate::zeroDisplay()
         b->start = 0;
         if (left <= capacity) {
             b->fill = left;
+            // Blocks beyond the slots hold nothing any more.
+            for (SampleBlock *rest = b->next; rest;) {
+                SampleBlock *n = rest->next;
+                delete rest;
+                rest = n;
+            }
+            b->next = nullptr;
+            displayQueue.tail = b;
             break;
         }
         b->fill = capacity;
@@ -641,6 +649,26 @@ void KivDataSet::getData(unsigned long i, double &x, double &y, double &z, bool 
     getData(3 * i + 2, z, display, 3);
 }
 
+unsigned long KivDataSet::copyData(unsigned long first, unsigned long count, double *out) const
+{
+    const int dims = dimensions();
+    if (!out || dims > 3)
+        return 0;
+    unsigned long copied = 0;
+    for (const SampleBlock *b = d->displayQueue.head; b && copied < count; b = b->next) {
+        const quint64 live = b->fill - b->start;
+        if (first >= live) {
+            first -= live;
+            continue;
+        }
+        const quint64 n = std::min<quint64>(live - first, count - copied);
+        std::memcpy(out + copied * dims, b->values + (b->start + first) * dims, sizeof(double) * dims * n);
+        copied += n;
+        first = 0;
+    }
+    return copied;
+}
+
 const velo::Matrix &KivDataSet::getLastMinMax() const
 {
     return d->lastMinMax;
@@ -679,6 +707,9 @@ double KivDataSet::getItemTime(int i) const
 
 void KivDataSet::setGraphDimensions(int width, int height)
 {
+    // A graph that is not laid out yet has no height; keep the last usable aspect.
+    if (width <= 0 || height <= 0)
+        return;
     d->aspect = double(width) / double(height);
 }
 

@@ -97,6 +97,9 @@ public:
     void getData(unsigned long i, double& v, bool display = true, unsigned long dims = 1) const;
     void getData(unsigned long i, double& x, double& y, bool display = true) const;
     void getData(unsigned long i, double& x, double& y, double& z, bool display = true) const;
+    //! Copies up to `count` drawn samples from sample `first` on into `out` (dimensions()
+    //! doubles each) and returns how many it copied. No lock: for the thread that draws.
+    unsigned long copyData(unsigned long first, unsigned long count, double* out) const;
 
     //! Extents of the samples drawn by the last display(): rows x, y, z; columns min, max.
     const velo::Matrix& getLastMinMax() const;
@@ -110,6 +113,7 @@ public:
     //! Time of item `i` counted back from the newest (item 0).
     double getItemTime(int i) const;
 
+    //! Size of the graph in pixels; sets the marker aspect. Sizes below 1 are ignored.
     void setGraphDimensions(int width, int height);
     //! Graph width divided by graph height.
     double getAspect() const;

@@ -78,6 +78,8 @@ private slots:
     void duplicateDataAddsGaps();
     void setData();
     void getDataOutOfRangeLeavesValue();
+    void copyData_data();
+    void copyData();
     void hasStyle_data();
     void hasStyle();
     void labelsColourAndVisibilitySignals();
@@ -99,6 +101,10 @@ void TestDataSetStore::defaults()
     QVERIFY(!ds.getColor().isValid());
     QVERIFY(!ds.hasLabel());
     QCOMPARE(ds.getAspect(), 2.0);
+    ds.setGraphDimensions(300, 0); // not laid out yet
+    QCOMPARE(ds.getAspect(), 2.0);
+    ds.setGraphDimensions(300, 600);
+    QCOMPARE(ds.getAspect(), 0.5);
     double interval = 0.0, time = -1.0;
     ds.getTime(interval, time);
     QCOMPARE(interval, 1.0);
@@ -641,6 +647,58 @@ void TestDataSetStore::getDataOutOfRangeLeavesValue()
     double x = 1.0, y = 2.0, z = 3.0;
     ds.getData(5, x, y, z);
     QCOMPARE(x + y + z, 6.0);
+}
+
+void TestDataSetStore::copyData_data()
+{
+    QTest::addColumn<int>("dims");
+    QTest::addColumn<int>("first");
+    QTest::addColumn<int>("count");
+    QTest::addColumn<int>("copied");
+
+    // 14000 samples after 1000 were dropped: blocks start part-way.
+    QTest::newRow("all") << 1 << 0 << 14000 << 14000;
+    QTest::newRow("across two blocks") << 1 << 4990 << 20 << 20;
+    QTest::newRow("past the end") << 1 << 13990 << 50 << 10;
+    QTest::newRow("first past the end") << 1 << 14000 << 5 << 0;
+    QTest::newRow("nothing asked") << 1 << 10 << 0 << 0;
+    QTest::newRow("2 values across blocks") << 2 << 1990 << 2000 << 2000;
+    QTest::newRow("3 values, tail") << 3 << 13000 << 5000 << 1000;
+}
+
+void TestDataSetStore::copyData()
+{
+    QFETCH(int, dims);
+    QFETCH(int, first);
+    QFETCH(int, count);
+    QFETCH(int, copied);
+
+    KivDataSet ds(100, 100);
+    ds.setStyle(ulong(dims - 1));
+    ds.setMaxItemCount(14000);
+    for (int i = 0; i < 15000; ++i) {
+        if (dims == 1)
+            ds.addData(i);
+        else if (dims == 2)
+            ds.addData(i, -i);
+        else
+            ds.addData(i, -i, 2 * i);
+        if (i % 4000 == 0)
+            ds.flush();
+    }
+    ds.flush();
+    std::vector<double> out(size_t(count * dims + 1), -7.0);
+    QCOMPARE(ds.copyData(ulong(first), ulong(count), out.data()), ulong(copied));
+    for (int i = 0; i < copied; ++i) {
+        const double n = 1000 + first + i;
+        const double want[3] = {n, -n, 2 * n};
+        for (int k = 0; k < dims; ++k) {
+            if (out[size_t(i * dims + k)] != want[k])
+                QFAIL(qPrintable(QString("sample %1 value %2 is %3").arg(i).arg(k).arg(out[size_t(i * dims + k)])));
+        }
+    }
+    QCOMPARE(out[size_t(copied * dims)], -7.0); // nothing written beyond
+    QCOMPARE(ds.copyData(0, 10, nullptr), 0ul);
 }
 
 void TestDataSetStore::hasStyle_data()

@@ -98,9 +98,10 @@ void TestDataSetStress::producersAndFlusher()
     long next[Producers];
     for (long &n : next)
         n = -1;
+    std::vector<double> values(expected);
+    QCOMPARE(ds.copyData(0, expected + 10, values.data()), expected);
     for (unsigned long i = 0; i < expected; ++i) {
-        double v = -1.0;
-        ds.getData(i, v);
+        const double v = values[i];
         const int p = int(v / ProducerStride);
         QVERIFY2(p >= 0 && p < Producers, qPrintable(QString("sample %1 reads %2").arg(i).arg(v)));
         const long counter = long(v - p * ProducerStride);
