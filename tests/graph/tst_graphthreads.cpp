@@ -13,7 +13,13 @@ using graphtest::TestGraph;
 
 namespace {
 
+// Every sample posts a repaint request across threads; under ThreadSanitizer that is slow
+// enough to need a smaller run.
+#if defined(__SANITIZE_THREAD__)
+const int SamplesPerProducer = 4000;
+#else
 const int SamplesPerProducer = 40000;
+#endif
 
 // Reads the drawn queue of a one-value series.
 std::vector<double> drawnValues(const KivDataSet* ds)
