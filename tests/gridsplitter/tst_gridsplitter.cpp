@@ -25,8 +25,6 @@ private slots:
     void resetGrid_data();
     void resetGrid();
     void proportionsSurviveResize();
-    void spanningCellCoversHandle();
-    void handleWidthIsGap();
 
 private:
     void build(int rows, int columns);
@@ -286,35 +284,6 @@ void TestGridSplitter::proportionsSurviveResize()
     QTRY_COMPARE(cell(0, 0)->width() + cell(0, 1)->width() + cell(0, 2)->width(), room / 2);
     QVERIFY2(qAbs(2 * cell(0, 0)->width() - narrow) <= 2, qPrintable(QString::number(cell(0, 0)->width())));
     QVERIFY2(qAbs(2 * cell(0, 1)->width() - wide) <= 2, qPrintable(QString::number(cell(0, 1)->width())));
-}
-
-void TestGridSplitter::spanningCellCoversHandle()
-{
-    auto* top = new QWidget;
-    m_splitter->grid()->addWidget(top, 0, 0, 1, 2);
-    auto* left = new QWidget;
-    auto* right = new QWidget;
-    m_splitter->grid()->addWidget(left, 1, 0);
-    m_splitter->grid()->addWidget(right, 1, 1);
-    m_splitter->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_splitter));
-
-    QCOMPARE(top->geometry().left(), left->geometry().left());
-    QCOMPARE(top->geometry().right(), right->geometry().right());
-    // Over the spanning cell the column boundary is not draggable; below it, it is.
-    const int x = left->geometry().right() + 3;
-    QCOMPARE(m_splitter->childAt(QPoint(x, top->geometry().center().y())), top);
-    QWidget* handle = m_splitter->childAt(QPoint(x, left->geometry().center().y()));
-    QVERIFY(handle && handle != left && handle != right);
-    QCOMPARE(int(handle->cursor().shape()), int(Qt::SplitHCursor));
-}
-
-void TestGridSplitter::handleWidthIsGap()
-{
-    m_splitter->setHandleWidth(11);
-    build(1, 2);
-    QCOMPARE(m_splitter->handleWidth(), 11);
-    QCOMPARE(cell(0, 1)->geometry().left() - cell(0, 0)->geometry().right() - 1, 11);
 }
 
 QTEST_MAIN(TestGridSplitter)

@@ -21,23 +21,15 @@ class TestPanelFacade : public QObject
 private slots:
     void indexAddressing_data();
     void indexAddressing();
-    void indexAddressedLabels();
     void setDataByIndex();
     void nullTolerance();
-    void graphForwarding();
-    void seriesForwarding();
-    void seriesColor_data();
-    void seriesColor();
-    void backgroundColor_data();
-    void backgroundColor();
+    void colors_data();
+    void colors();
     void colorsOnScreen();
     void removeDataSet();
     void clear_data();
     void clear();
-    void addPosition_data();
-    void addPosition();
     void scopeOffset();
-    void broadcasts();
     void version();
 };
 
@@ -101,20 +93,6 @@ void TestPanelFacade::indexAddressing()
     case 3: f.panel.addData(row, col, set, 1.5, 2.5, 3.5); break;
     }
     QCOMPARE(f.counts(), expected);
-}
-
-void TestPanelFacade::indexAddressedLabels()
-{
-    KivWidget panel(1, 2);
-    KivDataSet* bars = panel.addDataSet(panel.getGraph(0, 1), 4, QColor(Qt::red), KivDataStyleBar);
-    panel.setDataLabel(0, 1, 0, 2, QStringLiteral("third"));
-    QCOMPARE(bars->getLabelList().value(2), QStringLiteral("third"));
-    panel.setDataLabel(0, 0, 0, 1, QStringLiteral("nowhere")); // no series there
-    panel.setDataLabel(0, 1, 1, 1, QStringLiteral("nowhere"));
-    QVERIFY(!bars->getLabelList().contains(QStringLiteral("nowhere")));
-
-    panel.setLabelFormat(0, 1, 0, QStringLiteral("%.3f"));
-    panel.setLabelFormat(3, 1, 0, QStringLiteral("%.1f")); // outside, ignored
 }
 
 void TestPanelFacade::setDataByIndex()
@@ -204,134 +182,36 @@ void TestPanelFacade::nullTolerance()
     }
 }
 
-void TestPanelFacade::graphForwarding()
+void TestPanelFacade::colors_data()
 {
+    QTest::addColumn<unsigned long>("value");
+    QTest::addColumn<QColor>("series");     // 0xBBGGRR
+    QTest::addColumn<QColor>("background"); // 0xRRGGBB
+    QTest::newRow("0x0000FF") << 0x0000fful << QColor(255, 0, 0) << QColor(0, 0, 255);
+    QTest::newRow("0x00FF00") << 0x00ff00ul << QColor(0, 255, 0) << QColor(0, 255, 0);
+    QTest::newRow("0xFF0000") << 0xff0000ul << QColor(0, 0, 255) << QColor(255, 0, 0);
+    QTest::newRow("0x123456") << 0x123456ul << QColor(0x56, 0x34, 0x12) << QColor(0x12, 0x34, 0x56);
+    QTest::newRow("high byte ignored") << 0xab000080ul << QColor(0x80, 0, 0) << QColor(0, 0, 0x80);
+}
+
+void TestPanelFacade::colors()
+{
+    QFETCH(unsigned long, value);
+    QFETCH(QColor, series);
+    QFETCH(QColor, background);
     KivWidget p(1, 2);
     KivGraphWidget* g = p.getGraph(0, 1);
-    KivGraph* other = p.getGraph(0, 0)->graph();
-    double otherMin = 0.0, otherMax = 0.0;
-    other->getAxisScale('y', otherMin, otherMax);
-
-    p.setAxisLimits(g, 'y', -50.0, 50.0);
-    p.setAxisScale(g, 'y', -2.0, 3.0);
-    double min = 0.0, max = 0.0;
-    g->graph()->getAxisScale('y', min, max);
-    QCOMPARE(min, -2.0);
-    QCOMPARE(max, 3.0);
-    QCOMPARE(g->graph()->axisInfo(1).limitMin, -50.0);
-    QCOMPARE(g->graph()->axisInfo(1).limitMax, 50.0);
-    p.setAxisStyle(g, 'x', KivAxisStyleZeroLine | KivAxisStyleNoLabels);
-    QCOMPARE(g->graph()->axisInfo(0).style, 0x41ul);
-    p.setAxisUnits(g, 'y', KivUnitFoot);
-    QCOMPARE(g->graph()->axisInfo(1).units, static_cast<unsigned long>(KivUnitFoot));
-    p.setAxisMinScale(g, 'x', 0.25);
-    QCOMPARE(g->graph()->axisInfo(0).minScale, 0.25);
-    p.setNoDataText(g, QStringLiteral("waiting"));
-    QCOMPARE(g->graph()->noDataText(), QStringLiteral("waiting"));
-    p.setGraphText(g, QStringLiteral("note"));
-    QCOMPARE(g->graph()->graphText(), QStringLiteral("note"));
-    p.addDataSet(g, 10, QColor(Qt::red)); // the time base lives in the first series
-    p.setTime(g, 0.5, 12.0);
-    double interval = 0.0, time = 0.0;
-    g->graph()->getTime(interval, time);
-    QCOMPARE(interval, 0.5);
-    QCOMPARE(time, 12.0);
-    p.setBackgroundColor(g, 0.25, 0.5, 1.0);
-    QCOMPARE(g->graph()->backgroundColor(), QColor::fromRgbF(0.25, 0.5, 1.0));
-
-    // The neighbour is untouched.
-    double m0 = 0.0, m1 = 0.0;
-    other->getAxisScale('y', m0, m1);
-    QCOMPARE(m0, otherMin);
-    QCOMPARE(m1, otherMax);
-    QVERIFY(other->noDataText() != QStringLiteral("waiting"));
-}
-
-void TestPanelFacade::seriesForwarding()
-{
-    Fixture f;
-    KivWidget& p = f.panel;
-    KivDataSet* s = f.sets.at(0);
-    QCOMPARE(p.getDataSet(p.getGraph(1, 1), 2), f.sets.at(3));
-    QCOMPARE(p.getDataSet(p.getGraph(1, 1), 3), static_cast<KivDataSet*>(nullptr));
-    QCOMPARE(p.getDataSet(p.getGraph(0, 1), 0), static_cast<KivDataSet*>(nullptr));
-    for (KivDataSet* set : f.sets)
-        QVERIFY(p.isDataSet(set));
-
-    p.addData(s, 1.0);
-    p.duplicateData(s, 2);
-    QCOMPARE(p.getItemCount(s), 3ul);
-    p.addData(f.sets.at(2), 1.0, 2.0);
-    p.addData(f.sets.at(3), 1.0, 2.0, 3.0);
-    QCOMPARE(p.getItemCount(f.sets.at(2)), 1ul);
-    QCOMPARE(p.getItemCount(f.sets.at(3)), 1ul);
-
-    p.setMaxItemCount(s, 77);
-    QCOMPARE(p.getMaxItemCount(s), 77ul);
-    p.setStyle(s, KivDataStyle2D | KivDataStylePoints);
-    QCOMPARE(s->getStyle(), 0x11ul);
-    QVERIFY(p.hasStyle(s, 1, 3));
-    QVERIFY(p.hasStyle(s, 0x10, 0x70));
-    QVERIFY(!p.hasStyle(s, 0x20, 0x70));
-
-    p.setDataSetLabel(s, QStringLiteral("speed"));
-    QCOMPARE(s->getLabel(), QStringLiteral("speed"));
-    p.setDataSetCurrentValueLabel(s, QStringLiteral("now"));
-    QCOMPARE(s->getCurrentValueLabel(), QStringLiteral("now"));
-
-    // A set removed elsewhere is no longer the panel's.
-    KivDataSet* removed = f.sets.at(1);
-    p.getGraph(1, 1)->removeDataSet(removed);
-    QVERIFY(!p.isDataSet(removed));
-}
-
-void TestPanelFacade::seriesColor_data()
-{
-    QTest::addColumn<unsigned long>("value");
-    QTest::addColumn<QColor>("color");
-    QTest::newRow("0x0000FF is red") << 0x0000fful << QColor(255, 0, 0);
-    QTest::newRow("0x00FF00 is green") << 0x00ff00ul << QColor(0, 255, 0);
-    QTest::newRow("0xFF0000 is blue") << 0xff0000ul << QColor(0, 0, 255);
-    QTest::newRow("0x123456") << 0x123456ul << QColor(0x56, 0x34, 0x12);
-    QTest::newRow("high bits ignored") << 0xab000080ul << QColor(0x80, 0, 0);
-}
-
-void TestPanelFacade::seriesColor()
-{
-    QFETCH(unsigned long, value);
-    QFETCH(QColor, color);
-    KivWidget p(1, 1);
-    KivDataSet* added = p.addDataSet(p.getGraph(0, 0), 10, static_cast<unsigned int>(value));
-    QVERIFY(added);
-    QCOMPARE(added->getColor().rgba(), color.rgba());
-
-    KivDataSet* set = p.addDataSet(p.getGraph(0, 0), 10, QColor(Qt::gray));
+    KivDataSet* added = p.addDataSet(g, 10, static_cast<unsigned int>(value));
+    QCOMPARE(added->getColor().rgba(), series.rgba());
+    KivDataSet* set = p.addDataSet(g, 10, QColor(Qt::gray));
     p.setColor(set, value);
-    QCOMPARE(set->getColor().rgba(), color.rgba());
-
+    QCOMPARE(set->getColor().rgba(), series.rgba());
     // Qt's named colours stay what they say.
-    KivDataSet* named = p.addDataSet(p.getGraph(0, 0), 10, Qt::red);
-    QCOMPARE(named->getColor(), QColor(Qt::red));
-}
+    QCOMPARE(p.addDataSet(g, 10, Qt::red)->getColor(), QColor(Qt::red));
 
-void TestPanelFacade::backgroundColor_data()
-{
-    QTest::addColumn<unsigned long>("value");
-    QTest::addColumn<QColor>("color");
-    QTest::newRow("0x0000FF is blue") << 0x0000fful << QColor(0, 0, 255);
-    QTest::newRow("0xFF0000 is red") << 0xff0000ul << QColor(255, 0, 0);
-    QTest::newRow("0x123456") << 0x123456ul << QColor(0x12, 0x34, 0x56);
-    QTest::newRow("alpha byte ignored") << 0x400000fful << QColor(0, 0, 255);
-}
-
-void TestPanelFacade::backgroundColor()
-{
-    QFETCH(unsigned long, value);
-    QFETCH(QColor, color);
-    KivWidget p(1, 2);
-    p.setBackgroundColor(p.getGraph(0, 1), value);
-    QCOMPARE(p.getGraph(0, 1)->graph()->backgroundColor().rgba(), color.rgba());
-    QVERIFY(p.getGraph(0, 0)->graph()->backgroundColor() != color);
+    p.setBackgroundColor(g, value);
+    QCOMPARE(g->graph()->backgroundColor().rgba(), background.rgba());
+    QVERIFY(p.getGraph(0, 0)->graph()->backgroundColor() != background);
 }
 
 // The most frequent colour of an image, and how often a colour occurs.
@@ -430,31 +310,6 @@ void TestPanelFacade::clear()
     QCOMPARE(f.counts(), expected);
 }
 
-void TestPanelFacade::addPosition_data()
-{
-    QTest::addColumn<int>("graph");
-    QTest::addColumn<int>("set");
-    QTest::addColumn<QList<bool>>("atBack"); // per fixture set, after setAddPosition(false)
-    QTest::newRow("everything") << -1 << -1 << QList<bool>{false, false, false, false};
-    QTest::newRow("graph (1,1)") << 3 << -1 << QList<bool>{true, false, false, false};
-    QTest::newRow("graph (1,1) and a set of (0,0)") << 3 << 0 << QList<bool>{false, false, false, false};
-    QTest::newRow("only a set") << -1 << 1 << QList<bool>{true, false, true, true};
-}
-
-void TestPanelFacade::addPosition()
-{
-    QFETCH(int, graph);
-    QFETCH(int, set);
-    QFETCH(QList<bool>, atBack);
-    Fixture f;
-    for (KivDataSet* s : f.sets)
-        QVERIFY(s->isAddedAtBack());
-    KivGraphWidget* g = graph < 0 ? nullptr : f.panel.getGraph(graph / 2, graph % 2);
-    f.panel.setAddPosition(g, set < 0 ? nullptr : f.sets.at(set), false);
-    for (int i = 0; i < f.sets.size(); ++i)
-        QCOMPARE(f.sets.at(i)->isAddedAtBack(), atBack.at(i));
-}
-
 void TestPanelFacade::scopeOffset()
 {
     KivWidget p(1, 3);
@@ -473,31 +328,6 @@ void TestPanelFacade::scopeOffset()
 
     p.setScopeOffset(nullptr, -1);
     QCOMPARE(p.getScopeOffset(nullptr), -1l);
-}
-
-void TestPanelFacade::broadcasts()
-{
-    KivWidget p(2, 2);
-    p.beginUpdate();
-    for (KivGraphWidget* g : graphs(p))
-        QVERIFY(g->graph()->isInUpdate());
-    p.endUpdate();
-    for (KivGraphWidget* g : graphs(p))
-        QVERIFY(!g->graph()->isInUpdate());
-
-    p.setDisplayUnits(true);
-    for (KivGraphWidget* g : graphs(p))
-        QVERIFY(g->graph()->isImperialDisplay());
-    p.setDisplayUnits(false);
-    for (KivGraphWidget* g : graphs(p))
-        QVERIFY(!g->graph()->isImperialDisplay());
-
-    p.linkAxes(1);
-    for (KivGraphWidget* g : graphs(p))
-        QCOMPARE(g->graph()->axisLink(), 1);
-    p.linkAxes(0);
-    for (KivGraphWidget* g : graphs(p))
-        QCOMPARE(g->graph()->axisLink(), 0);
 }
 
 void TestPanelFacade::version()
