@@ -4,9 +4,12 @@
 #include "pointertest.h"
 
 #include <QColor>
+#include <QThread>
 #include <QTimer>
 
+#include <atomic>
 #include <cmath>
+#include <thread>
 
 using pointertest::GraphWindow;
 using pointertest::near;
@@ -19,6 +22,7 @@ class TestPointerScenario : public QObject
 
 private slots:
     void zoomPanAndWheelOnLiveSeries();
+    void gesturesWhileAnotherThreadProduces();
 };
 
 void TestPointerScenario::zoomPanAndWheelOnLiveSeries()
@@ -90,6 +94,73 @@ void TestPointerScenario::zoomPanAndWheelOnLiveSeries()
     double time = 0.0;
     ds->getTime(interval, time);
     QCOMPARE(time, double(produced));
+}
+
+// The user keeps zooming, panning and measuring while a producer thread appends: the series
+// must end up with the newest samples, in order, and no gesture may be left running.
+void TestPointerScenario::gesturesWhileAnotherThreadProduces()
+{
+    GraphWindow win(300, 200);
+    KivGraph* g = win.graph;
+    const unsigned long window = 500;
+    KivDataSet* ds = g->addDataSet(0, QColor(Qt::darkBlue), window);
+    g->setAxisScale('y', 0.0, 1e6);
+    QVERIFY(pointertest::showAndWait(win));
+    g->showMeasure(true);
+
+    std::atomic<bool> stop{false};
+    std::atomic<long> produced{0};
+    std::thread producer([&]() {
+        long i = 0;
+        while (!stop.load()) {
+            ds->addData(double(i));
+            produced.store(++i);
+            if (i % 20 == 0)
+                QThread::msleep(1); // keeps the queued repaint requests in proportion
+        }
+    });
+
+    for (int round = 0; round < 8; ++round) {
+        g->setControlState(KivGraph::ControlZoom);
+        QTest::mousePress(g, Qt::LeftButton, Qt::NoModifier, QPoint(40 + round, 30));
+        QTest::mouseMove(g, QPoint(150, 90));
+        QTest::mouseMove(g, QPoint(260 - round, 170));
+        QTest::mouseRelease(g, Qt::LeftButton, Qt::NoModifier, QPoint(260 - round, 170));
+        wheel(g, QPoint(100 + 10 * round, 100), -120);
+        pointertest::doubleClickAndHold(g, Qt::RightButton, QPoint(150, 100));
+        wheel(g, QPoint(150, 100), 120, Qt::RightButton);
+        QTest::mouseMove(g, QPoint(120, 80));
+        QTest::mouseRelease(g, Qt::RightButton, Qt::NoModifier, QPoint(120, 80));
+
+        g->setControlState(KivGraph::ControlPan);
+        QTest::mousePress(g, Qt::LeftButton, Qt::NoModifier, QPoint(150, 100));
+        QTest::mouseMove(g, QPoint(170, 110));
+        QTest::mouseMove(g, QPoint(130, 90));
+        QTest::mouseRelease(g, Qt::LeftButton, Qt::NoModifier, QPoint(130, 90));
+
+        g->setControlState(KivGraph::ControlNone);
+        for (int x = 10; x < 300; x += 40)
+            QTest::mouseMove(g, QPoint(x, 50 + round));
+        QTest::mouseMove(&win, QPoint(150, 220));
+        QVERIFY(pointertest::waitForFrame(win.graph));
+    }
+    const long beforeStop = produced.load();
+    QTRY_VERIFY(produced.load() > beforeStop + 100);
+    stop.store(true);
+    producer.join();
+
+    QVERIFY(!g->isMouseButtonDown().first);
+    QVERIFY(pointertest::waitForFrame(win.graph));
+    const long n = produced.load();
+    QVERIFY(n > long(window));
+    QCOMPARE(ds->getDisplayItemCount(), window);
+    for (unsigned long i = 0; i < window; ++i) {
+        double v = 0.0;
+        ds->getData(i, v);
+        QVERIFY2(v == double(n - long(window) + long(i)), qPrintable(QString("%1: %2").arg(i).arg(v)));
+    }
+    // The pointer has left: the series' cursor is back where it was before the first hover.
+    QCOMPARE(g->scopeOffset(), 0L);
 }
 
 QTEST_MAIN(TestPointerScenario)
