@@ -45,15 +45,15 @@ protected:
     }
 };
 
-// A window holding the graph at its top-left corner with a strip of free space below it,
-// where the pointer goes to leave the graph.
+// A window holding the graph at its top-left corner with free space right of it and below
+// it, where the pointer goes to leave the graph or to drag beyond it.
 class GraphWindow : public QWidget
 {
 public:
     explicit GraphWindow(int w = 300, int h = 200)
         : graph(new CountingGraph(this))
     {
-        setGeometry(0, 0, w, h + 40);
+        setGeometry(0, 0, w + 120, h + 80);
         graph->setGeometry(0, 0, w, h);
     }
     CountingGraph* graph;
