@@ -28,7 +28,7 @@ QString rangeText(const Range& r)
     return QString("%1 .. %2").arg(r.first, 0, 'g', 12).arg(r.second, 0, 'g', 12);
 }
 
-bool noGestureActive(KivGraph& g)
+bool noGestureActive(const KivGraph& g)
 {
     for (Qt::MouseButton b : {Qt::LeftButton, Qt::RightButton}) {
         const KivGraph::PanZoomInfo& r = g.getPanZoomInfo(b);
@@ -48,8 +48,8 @@ private slots:
     void init();
     void cleanup();
 
-    void pressOutsideZoomAndPanDoesNothing_data();
-    void pressOutsideZoomAndPanDoesNothing();
+    void pressesThatStartNoGesture_data();
+    void pressesThatStartNoGesture();
     void rubberBand_data();
     void rubberBand();
     void rubberBandRecordWhileDragging();
@@ -97,7 +97,7 @@ void TestPointerGestures::cleanup()
     g = nullptr;
 }
 
-void TestPointerGestures::pressOutsideZoomAndPanDoesNothing_data()
+void TestPointerGestures::pressesThatStartNoGesture_data()
 {
     QTest::addColumn<int>("state");
     QTest::addColumn<Qt::MouseButton>("button");
@@ -107,7 +107,7 @@ void TestPointerGestures::pressOutsideZoomAndPanDoesNothing_data()
     QTest::newRow("pan, middle") << int(KivGraph::ControlPan) << Qt::MiddleButton;
 }
 
-void TestPointerGestures::pressOutsideZoomAndPanDoesNothing()
+void TestPointerGestures::pressesThatStartNoGesture()
 {
     QFETCH(int, state);
     QFETCH(Qt::MouseButton, button);
