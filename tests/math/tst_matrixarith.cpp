@@ -277,6 +277,169 @@ void TestMatrixArith::matrixOperations_data()
                                                    }});
     }
 
+    // Diagonal, triangular and structured members on square operands; the
+    // "Diagonal" forms write the diagonal only, so the rest must stay as it was.
+    for (const VoSize n : {VoSize(1), VoSize(5), VoSize(16)}) {
+        const Shape s{n, n};
+        const QString tag = QString("%1x%1").arg(n);
+        auto keepOffDiagonal = [](const RowMat& self, const Vec& diagonal) -> RowMat {
+            RowMat r = self;
+            r.diagonal() = diagonal;
+            return r;
+        };
+        addMatrixCase("setMatAddDiagVec " + tag,
+                      {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatAddDiagVec(*o[0], o[1]->diag()); },
+                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] + RowMat(m[1].diagonal().asDiagonal()); }});
+        addMatrixCase("setIdentity " + tag, {{}, s, -1, [](Matrix& t, const Ops&) { t.setIdentity(-2.0); },
+                                              [n](const RowMat&, const Mats&) -> RowMat { return -2.0 * RowMat::Identity(n, n); }});
+        addMatrixCase("setDiag vector " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setDiag(o[0]->row(0)); },
+                                                 [](const RowMat&, const Mats& m) -> RowMat { return RowMat(m[0].row(0).asDiagonal()); }});
+        addMatrixCase("setDiag matrix " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setDiag(static_cast<const VoMatrix&>(*o[0])); },
+                                                 [](const RowMat&, const Mats& m) -> RowMat { return RowMat(m[0].diagonal().asDiagonal()); }});
+        addMatrixCase("setDiagSquared " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setDiagSquared(o[0]->row(0)); },
+                                                 [](const RowMat&, const Mats& m) -> RowMat {
+                                                     return RowMat(m[0].row(0).cwiseAbs2().asDiagonal());
+                                                 }});
+        addMatrixCase("setSelfAddDiag " + tag, {{s, s}, s, 1, [](Matrix& t, const Ops& o) { t.setSelfAddDiag(*o[0]); },
+                                                 [](const RowMat& self, const Mats& m) -> RowMat {
+                                                     return self + RowMat(m[0].diagonal().asDiagonal());
+                                                 }});
+        addMatrixCase("setMatMulMatDiagonal " + tag,
+                      {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatMulMatDiagonal(*o[0], *o[1]); },
+                       [keepOffDiagonal](const RowMat& self, const Mats& m) { return keepOffDiagonal(self, (m[0] * m[1]).diagonal()); }});
+        addMatrixCase("setSelfMulMatDiagonal " + tag,
+                      {{s, s}, s, 1, [](Matrix& t, const Ops& o) { t.setSelfMulMatDiagonal(*o[0]); },
+                       [keepOffDiagonal](const RowMat& self, const Mats& m) { return keepOffDiagonal(self, (self * m[0]).diagonal()); }});
+        addMatrixCase("setMatEMulMatDiagonal " + tag,
+                      {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatEMulMatDiagonal(*o[0], *o[1]); },
+                       [keepOffDiagonal](const RowMat& self, const Mats& m) {
+                           return keepOffDiagonal(self, m[0].diagonal().cwiseProduct(m[1].diagonal()));
+                       }});
+        addMatrixCase("setSqrtDiagonal " + tag,
+                      {{s}, s, -1,
+                       [](Matrix& t, const Ops& o) {
+                           Matrix a(*o[0]);
+                           a.setAbs(a);
+                           t.setSqrtDiagonal(a);
+                       },
+                       [keepOffDiagonal](const RowMat& self, const Mats& m) {
+                           return keepOffDiagonal(self, m[0].diagonal().cwiseAbs().cwiseSqrt());
+                       }});
+        addMatrixCase("setSqrt " + tag,
+                      {{s}, s, -1,
+                       [](Matrix& t, const Ops& o) {
+                           Matrix a(*o[0]);
+                           a.setAbs(a);
+                           t.setSqrt(a);
+                       },
+                       [](const RowMat&, const Mats& m) -> RowMat { return m[0].cwiseAbs().cwiseSqrt(); }});
+        addMatrixCase("setABAtDiagonal " + tag,
+                      {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setABAtDiagonal(*o[0], *o[1]); },
+                       [keepOffDiagonal](const RowMat& self, const Mats& m) {
+                           return keepOffDiagonal(self, (m[0] * m[1] * m[0].transpose()).diagonal());
+                       }});
+        addMatrixCase("setTransMatMulMat(a) " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setTransMatMulMat(*o[0]); },
+                                                       [](const RowMat&, const Mats& m) -> RowMat { return m[0].transpose() * m[0]; }});
+        addMatrixCase("setSymmetric in place " + tag, {{s}, s, 0, [](Matrix& t, const Ops&) { t.setSymmetric(); },
+                                                        [](const RowMat& self, const Mats&) -> RowMat {
+                                                            return self.selfadjointView<Eigen::Upper>();
+                                                        }});
+        addMatrixCase("setTriU " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setTriU(*o[0]); },
+                                          [](const RowMat&, const Mats& m) -> RowMat { return m[0].triangularView<Eigen::Upper>(); }});
+        addMatrixCase("setTriL k=1 " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setTriL(*o[0], 1); },
+                                              [](const RowMat&, const Mats& m) -> RowMat {
+                                                  RowMat r = m[0].triangularView<Eigen::Lower>();
+                                                  for (Eigen::Index i = 0; i + 1 < r.rows(); ++i)
+                                                      r(i, i + 1) = m[0](i, i + 1);
+                                                  return r;
+                                              }});
+        addMatrixCase("setSelfAddTriL " + tag, {{s, s}, s, 1, [](Matrix& t, const Ops& o) { t.setSelfAddTriL(*o[0]); },
+                                                 [](const RowMat& self, const Mats& m) -> RowMat {
+                                                     return self + RowMat(m[0].triangularView<Eigen::Lower>());
+                                                 }});
+        addMatrixCase("setTriLMulDiag " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setTriLMulDiag(*o[0], o[0]->row(0)); },
+                                                 [](const RowMat&, const Mats& m) -> RowMat {
+                                                     return RowMat(m[0].triangularView<Eigen::Lower>()) * m[0].row(0).asDiagonal();
+                                                 }});
+        addMatrixCase("setSelfAddTriLMulDiag " + tag,
+                      {{s, s}, s, 1, [](Matrix& t, const Ops& o) { t.setSelfAddTriLMulDiag(*o[0], o[0]->row(0)); },
+                       [](const RowMat& self, const Mats& m) -> RowMat {
+                           return self + RowMat(m[0].triangularView<Eigen::Lower>()) * m[0].row(0).asDiagonal();
+                       }});
+        addMatrixCase("setMatMulMatTriLSkip " + tag,
+                      {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatMulMatTriLSkip(*o[0], *o[1], 2); },
+                       [](const RowMat& self, const Mats& m) -> RowMat {
+                           RowMat r = RowMat(m[0] * m[1]).triangularView<Eigen::Lower>();
+                           r.topRows(std::min<Eigen::Index>(2, r.rows())) = self.topRows(std::min<Eigen::Index>(2, r.rows()));
+                           return r;
+                       }});
+        addMatrixCase("setSelfAddMatMulDiag " + tag,
+                      {{s, s, s}, s, 2, [](Matrix& t, const Ops& o) { t.setSelfAddMatMulDiag(*o[0], *o[1]); },
+                       [](const RowMat& self, const Mats& m) -> RowMat { return self + m[0] * m[1].diagonal().asDiagonal(); }});
+        addMatrixCase("setSelfAddMatMulDiag vector " + tag,
+                      {{s, s}, s, 1, [](Matrix& t, const Ops& o) { t.setSelfAddMatMulDiag(*o[0], o[0]->row(0)); },
+                       [](const RowMat& self, const Mats& m) -> RowMat { return self + m[0] * m[0].row(0).asDiagonal(); }});
+        addMatrixCase("setSelfAddDiagMulDiag " + tag,
+                      {{s, s, s}, s, 2, [](Matrix& t, const Ops& o) { t.setSelfAddDiagMulDiag(*o[0], *o[1]); },
+                       [](const RowMat& self, const Mats& m) -> RowMat {
+                           return self + RowMat(m[0].diagonal().cwiseProduct(m[1].diagonal()).asDiagonal());
+                       }});
+        addMatrixCase("setMatMulDiag vector " + tag,
+                      {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatMulDiag(*o[0], o[0]->col(0)); },
+                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[0].col(0).asDiagonal(); }});
+        addMatrixCase("setDiagMulMat vector " + tag,
+                      {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setDiagMulMat(o[0]->col(0), *o[0]); },
+                       [](const RowMat&, const Mats& m) -> RowMat { return m[0].col(0).asDiagonal() * m[0]; }});
+        addMatrixCase("setSelfAddDiagMulMat vector " + tag,
+                      {{s, s}, s, 1, [](Matrix& t, const Ops& o) { t.setSelfAddDiagMulMat(o[0]->col(0), *o[0]); },
+                       [](const RowMat& self, const Mats& m) -> RowMat { return self + m[0].col(0).asDiagonal() * m[0]; }});
+        addMatrixCase("setPermutation " + tag,
+                      {{s}, s, -1,
+                       [n](Matrix& t, const Ops& o) {
+                           Vector p(n);
+                           for (VoSize i = 0; i < n; ++i)
+                               p[i] = double((i * 3 + 1) % n);
+                           t.setPermutation(*o[0], p);
+                       },
+                       [n](const RowMat&, const Mats& m) -> RowMat {
+                           RowMat r(n, n);
+                           for (VoSize i = 0; i < n; ++i)
+                               r.row(Eigen::Index(i)) = m[0].row(Eigen::Index((i * 3 + 1) % n));
+                           return r;
+                       }});
+        addMatrixCase("setCrossTerms " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setCrossTerms(o[0]->row(0)); },
+                                                [](const RowMat&, const Mats& m) -> RowMat {
+                                                    return m[0].row(0).transpose() * m[0].row(0);
+                                                }});
+        addMatrixCase("setMatMulVec one column " + tag,
+                      {{s}, {n, 1}, -1, [](Matrix& t, const Ops& o) { t.setMatMulVec(*o[0], o[0]->row(0)); },
+                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[0].row(0).transpose(); }});
+        addMatrixCase("setVecMulMat one row " + tag,
+                      {{s}, {1, n}, -1, [](Matrix& t, const Ops& o) { t.setVecMulMat(o[0]->col(0), *o[0]); },
+                       [](const RowMat&, const Mats& m) -> RowMat { return m[0].col(0).transpose() * m[0]; }});
+        addMatrixCase("setMatAddVec one column " + tag,
+                      {{{n, 1}, {1, n}}, {n, 1}, -1, [](Matrix& t, const Ops& o) { t.setMatAddVec(*o[0], o[1]->row(0)); },
+                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] + m[1].transpose(); }});
+        addMatrixCase("setKronTransMatMulMat " + tag,
+                      {{{n, 2}, {2, 3}}, {2 * 2, n * 3}, -1, [](Matrix& t, const Ops& o) { t.setKronTransMatMulMat(*o[0], *o[1]); },
+                       [](const RowMat&, const Mats& m) -> RowMat {
+                           const RowMat a = m[0].transpose();
+                           RowMat k(a.rows() * 2, a.cols() * 3);
+                           for (Eigen::Index i = 0; i < a.rows(); ++i)
+                               for (Eigen::Index j = 0; j < a.cols(); ++j)
+                                   k.block(i * 2, j * 3, 2, 3) = a(i, j) * m[1];
+                           return k;
+                       }});
+        addMatrixCase("setKronHorVecMulIdMulMat " + tag,
+                      {{{1, n}, {n * 3, 4}}, {3, 4}, -1, [](Matrix& t, const Ops& o) { t.setKronHorVecMulIdMulMat(o[0]->row(0), *o[1]); },
+                       [n](const RowMat&, const Mats& m) -> RowMat {
+                           RowMat k = RowMat::Zero(3, Eigen::Index(n) * 3);
+                           for (Eigen::Index j = 0; j < Eigen::Index(n); ++j)
+                               k.block(0, j * 3, 3, 3) = m[0](0, j) * RowMat::Identity(3, 3);
+                           return k * m[1];
+                       }});
+    }
+
     // Products over shapes that cover thin operands and both kernels.
     const struct
     {
