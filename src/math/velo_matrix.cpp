@@ -14,12 +14,6 @@ namespace {
 
 const char ResizeNotAllowed[] = "resizing of this object is not allowed";
 
-void check(VoResultValue result)
-{
-    if (result != VO_RESULT_OK)
-        throw std::bad_alloc();
-}
-
 inline const double* rowOf(const VoMatrix& m, VoSize r)
 {
     return m.data + r * m.stride;
@@ -44,69 +38,18 @@ Matrix::Matrix(VoSize rows, VoSize cols)
 {
     VoMatrix_zero(this);
     if (rows != 0 && cols != 0)
-        check(VoMatrix_construct(this, rows, cols, cols, nullptr, 0));
+        checkAllocation(VoMatrix_construct(this, rows, cols, cols, nullptr, 0));
 }
 
 Matrix::Matrix(VoSize rows, VoSize cols, const double* src)
 {
     VoMatrix_zero(this);
-    check(VoMatrix_assign(this, rows, cols, cols, src, cols));
-}
-
-Matrix::Matrix(const VoMatrix& other)
-{
-    VoMatrix_zero(this);
-    check(VoMatrix_copy(this, &other));
-}
-
-Matrix::Matrix(const Matrix& other)
-    : Matrix(static_cast<const VoMatrix&>(other))
-{
-}
-
-Matrix::Matrix(Matrix&& other) noexcept
-{
-    VoMatrix_zero(this);
-    if (other.flags & VO_DATA_MANAGED) {
-        VoMatrix_swap(this, &other);
-    } else if (other.data) {
-        // Fixed storage lives inside the other object: it must be copied, not taken.
-        check(VoMatrix_copy(this, &other));
-    }
+    checkAllocation(VoMatrix_assign(this, rows, cols, cols, src, cols));
 }
 
 Matrix::Matrix(VoSize rows, VoSize cols, VoMatrix& other, VoSize rowOffset, VoSize colOffset)
     : Matrix(rows, cols, other.stride, other.data + rowOffset * other.stride + colOffset, VO_DATA_VIEW)
 {
-}
-
-Matrix& Matrix::operator=(const VoMatrix& other)
-{
-    if (&other == this)
-        return *this;
-    if (rows != other.rows || cols != other.cols) {
-        if (data && !(flags & VO_DATA_MANAGED))
-            throw VoException(VO_RESULT_EXCEPTION, "void velo::Matrix::changeSize(VoSize, VoSize)",
-                              ResizeNotAllowed);
-        check(VoMatrix_assign(this, other.rows, other.cols, other.cols, nullptr, 0));
-    }
-    if (data && other.data)
-        copyValues(other);
-    return *this;
-}
-
-Matrix& Matrix::operator=(const Matrix& other)
-{
-    return operator=(static_cast<const VoMatrix&>(other));
-}
-
-Matrix& Matrix::operator=(Matrix&& other)
-{
-    if ((other.flags & VO_DATA_MANAGED) && (!data || (flags & VO_DATA_MANAGED))) {
-        VoMatrix_swap(this, &other);
-        return *this;
-    }
-    return operator=(static_cast<const VoMatrix&>(other));
 }
 
 // ---- Resizing group ----
@@ -119,7 +62,7 @@ void Matrix::changeSize(VoSize newRows, VoSize newCols)
         if (data && !(flags & VO_DATA_MANAGED))
             throw VoException(VO_RESULT_EXCEPTION, "void velo::Matrix::changeSize(VoSize, VoSize)",
                               ResizeNotAllowed);
-        check(VoMatrix_assign(this, newRows, newCols, newCols, nullptr, 0));
+        checkAllocation(VoMatrix_assign(this, newRows, newCols, newCols, nullptr, 0));
         return;
     }
     if (!(flags & VO_DATA_MANAGED))

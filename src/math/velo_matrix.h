@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <new>
 #include <string>
 
 namespace velo {
@@ -31,17 +32,54 @@ public:
         this->stride = stride;
         this->flags = flags;
     }
-    Matrix(const VoMatrix& other);
-    Matrix(const Matrix& other);
-    Matrix(Matrix&& other) noexcept;
+    // Deep, dense copy. The special members are inline because hosts copy the
+    // matrices that the plotting classes hand out.
+    Matrix(const VoMatrix& other)
+    {
+        VoMatrix_zero(this);
+        checkAllocation(VoMatrix_copy(this, &other));
+    }
+    Matrix(const Matrix& other)
+        : Matrix(static_cast<const VoMatrix&>(other))
+    {
+    }
+    // Takes managed storage over; anything else (inline storage in particular) is copied.
+    Matrix(Matrix&& other)
+    {
+        VoMatrix_zero(this);
+        if (other.flags & VO_DATA_MANAGED)
+            VoMatrix_swap(this, &other);
+        else if (other.data)
+            checkAllocation(VoMatrix_copy(this, &other));
+    }
     // View of a rows x cols block of other starting at (rowOffset, colOffset).
     Matrix(VoSize rows, VoSize cols, VoMatrix& other, VoSize rowOffset, VoSize colOffset);
     ~Matrix() { VoMatrix_destruct(this); }
 
     // Copies values, resizing by the resizing rules when the shape differs.
-    Matrix& operator=(const VoMatrix& other);
-    Matrix& operator=(const Matrix& other);
-    Matrix& operator=(Matrix&& other);
+    Matrix& operator=(const VoMatrix& other)
+    {
+        if (&other == this)
+            return *this;
+        if (rows != other.rows || cols != other.cols) {
+            if (data && !(flags & VO_DATA_MANAGED))
+                throw VoException(VO_RESULT_EXCEPTION, "void velo::Matrix::changeSize(VoSize, VoSize)",
+                                  "resizing of this object is not allowed");
+            checkAllocation(VoMatrix_assign(this, other.rows, other.cols, other.cols, nullptr, 0));
+        }
+        if (data && other.data)
+            copyValues(other);
+        return *this;
+    }
+    Matrix& operator=(const Matrix& other) { return operator=(static_cast<const VoMatrix&>(other)); }
+    Matrix& operator=(Matrix&& other)
+    {
+        if ((other.flags & VO_DATA_MANAGED) && (!data || (flags & VO_DATA_MANAGED))) {
+            VoMatrix_swap(this, &other);
+            return *this;
+        }
+        return operator=(static_cast<const VoMatrix&>(other));
+    }
 
     double& operator()(VoSize r, VoSize c) { return data[r * stride + c]; }
     const double& operator()(VoSize r, VoSize c) const { return data[r * stride + c]; }
@@ -288,6 +326,11 @@ public:
     bool saveAsMatlab(const char* fileName, const char* variableName) const;
 
 protected:
+    static void checkAllocation(VoResultValue result)
+    {
+        if (result != VO_RESULT_OK)
+            throw std::bad_alloc();
+    }
     // Copies the values of a same-shaped matrix.
     void copyValues(const VoMatrix& other)
     {

@@ -14,12 +14,6 @@ namespace {
 
 const char ResizeNotAllowed[] = "Resizing of this object is not allowed";
 
-void check(VoResultValue result)
-{
-    if (result != VO_RESULT_OK)
-        throw std::bad_alloc();
-}
-
 inline double at(const VoMatrix& m, VoSize r, VoSize c)
 {
     return m.data[r * m.stride + c];
@@ -30,33 +24,13 @@ inline double at(const VoMatrix& m, VoSize r, VoSize c)
 Vector::Vector(VoSize size)
 {
     VoVector_zero(this);
-    check(VoVector_construct(this, size, nullptr));
+    checkAllocation(VoVector_construct(this, size, nullptr));
 }
 
 Vector::Vector(VoSize size, const double* src)
 {
     VoVector_zero(this);
-    check(VoVector_construct(this, size, src));
-}
-
-Vector::Vector(const VoVector& other)
-{
-    VoVector_zero(this);
-    check(VoVector_copy(this, &other));
-}
-
-Vector::Vector(const Vector& other)
-    : Vector(static_cast<const VoVector&>(other))
-{
-}
-
-Vector::Vector(Vector&& other) noexcept
-{
-    VoVector_zero(this);
-    if (other.flags & VO_DATA_MANAGED)
-        VoVector_swap(this, &other);
-    else if (other.data)
-        check(VoVector_copy(this, &other));
+    checkAllocation(VoVector_construct(this, size, src));
 }
 
 Vector::Vector(VoSize size, VoVector& other, VoSize offset)
@@ -81,34 +55,6 @@ Vector Vector::constructRange(double start, double step, double end)
     for (VoSize i = 0; i < range.size; ++i)
         range.data[i] = start + static_cast<double>(i) * step;
     return range;
-}
-
-Vector& Vector::operator=(const VoVector& other)
-{
-    if (&other == this)
-        return *this;
-    if (size != other.size) {
-        if (data && !(flags & VO_DATA_MANAGED))
-            throw VoException(VO_RESULT_EXCEPTION, "void velo::Vector::changeSize(VoSize)", ResizeNotAllowed);
-        check(VoVector_assign(this, other.size, nullptr));
-    }
-    if (data && other.data)
-        std::memmove(data, other.data, size * sizeof(double));
-    return *this;
-}
-
-Vector& Vector::operator=(const Vector& other)
-{
-    return operator=(static_cast<const VoVector&>(other));
-}
-
-Vector& Vector::operator=(Vector&& other)
-{
-    if ((other.flags & VO_DATA_MANAGED) && (!data || (flags & VO_DATA_MANAGED))) {
-        VoVector_swap(this, &other);
-        return *this;
-    }
-    return operator=(static_cast<const VoVector&>(other));
 }
 
 Vector& Vector::operator=(const VoQuaternion& q)

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <iosfwd>
+#include <new>
 #include <string>
 
 namespace velo {
@@ -29,9 +30,25 @@ public:
         this->size = size;
         this->flags = flags;
     }
-    Vector(const VoVector& other);
-    Vector(const Vector& other);
-    Vector(Vector&& other) noexcept;
+    // Deep copy; the special members are inline for hosts, as with Matrix.
+    Vector(const VoVector& other)
+    {
+        VoVector_zero(this);
+        checkAllocation(VoVector_copy(this, &other));
+    }
+    Vector(const Vector& other)
+        : Vector(static_cast<const VoVector&>(other))
+    {
+    }
+    // Takes managed storage over; anything else (inline storage in particular) is copied.
+    Vector(Vector&& other)
+    {
+        VoVector_zero(this);
+        if (other.flags & VO_DATA_MANAGED)
+            VoVector_swap(this, &other);
+        else if (other.data)
+            checkAllocation(VoVector_copy(this, &other));
+    }
     // View of size elements of other starting at offset.
     Vector(VoSize size, VoVector& other, VoSize offset);
     // Owned copy of the four components, scalar first.
@@ -44,9 +61,29 @@ public:
     static Vector constructRange(double start, double step, double end);
 
     // Copies values, resizing by the resizing rules when the size differs.
-    Vector& operator=(const VoVector& other);
-    Vector& operator=(const Vector& other);
-    Vector& operator=(Vector&& other);
+    Vector& operator=(const VoVector& other)
+    {
+        if (&other == this)
+            return *this;
+        if (size != other.size) {
+            if (data && !(flags & VO_DATA_MANAGED))
+                throw VoException(VO_RESULT_EXCEPTION, "void velo::Vector::changeSize(VoSize)",
+                                  "Resizing of this object is not allowed");
+            checkAllocation(VoVector_assign(this, other.size, nullptr));
+        }
+        if (data && other.data)
+            std::memmove(data, other.data, size * sizeof(double));
+        return *this;
+    }
+    Vector& operator=(const Vector& other) { return operator=(static_cast<const VoVector&>(other)); }
+    Vector& operator=(Vector&& other)
+    {
+        if ((other.flags & VO_DATA_MANAGED) && (!data || (flags & VO_DATA_MANAGED))) {
+            VoVector_swap(this, &other);
+            return *this;
+        }
+        return operator=(static_cast<const VoVector&>(other));
+    }
     // Copies the four components into the existing storage.
     Vector& operator=(const VoQuaternion& q);
     // Copies size doubles into the existing storage; null pointers do nothing.
@@ -226,6 +263,13 @@ public:
     VoSize deserialize(const char* buf, VoSize size);
     // A size x 1 variable in a level-5 MAT file.
     bool saveAsMatlab(const char* fileName, const char* variableName) const;
+
+private:
+    static void checkAllocation(VoResultValue result)
+    {
+        if (result != VO_RESULT_OK)
+            throw std::bad_alloc();
+    }
 };
 
 //! \brief Three-element vector with inline storage.
