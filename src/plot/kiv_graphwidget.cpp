@@ -303,10 +303,16 @@ bool KivGraphWidget::isLegendChecked() const
     return d->legend->isVisibleTo(this);
 }
 
+// An empty legend is not brought up; one already shown stays, so that series labelled later
+// appear in it.
 void KivGraphWidget::setLegendChecked(bool checked)
 {
-    if (d->legendChangeAllowed)
-        d->legend->setVisible(checked && d->legend->hasText());
+    if (!d->legendChangeAllowed)
+        return;
+    if (!checked)
+        d->legend->hide();
+    else if (d->legend->hasText())
+        d->legend->show();
 }
 
 bool KivGraphWidget::isMeasureChangeAllowed() const
@@ -414,6 +420,8 @@ void KivGraphWidget::removeDataSet(KivDataSet* dataSet)
 
 KivDataSet* KivGraphWidget::dataSet(unsigned long index) const
 {
+    if (index >= static_cast<unsigned long>(d->graph->dataSetCount()))
+        return nullptr;
     return d->graph->dataSet(static_cast<int>(index));
 }
 

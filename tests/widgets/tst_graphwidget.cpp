@@ -404,8 +404,16 @@ void TestGraphWidget::legendShownOnlyWithText()
     KivGraphWidget widget;
     widget.show();
     QVERIFY(QTest::qWaitForWindowExposed(&widget));
-    KivDataSet* set = widget.addDataSet(0, Qt::red, 50);
+    // A legend that is on stays on while empty, so series labelled later show up in it.
+    widget.setLegendChecked(true);
+    QVERIFY(widget.isLegendChecked());
+    KivDataSet* early = widget.addDataSet(0, Qt::blue, 50);
+    early->setLabel(QStringLiteral("early"));
+    QTRY_VERIFY(widget.legend()->findChild<QCheckBox*>()->isVisible());
+    widget.removeDataSet(early);
 
+    KivDataSet* set = widget.addDataSet(0, Qt::red, 50);
+    widget.setLegendChecked(false);
     widget.setLegendChecked(true);
     QVERIFY(!widget.isLegendChecked());
     QVERIFY(!widget.legend()->isVisible());
@@ -430,6 +438,7 @@ void TestGraphWidget::seriesKeepLegendInStep()
     QCOMPARE(widget.dataSet(0), a);
     QCOMPARE(widget.dataSet(1), b);
     QVERIFY(!widget.dataSet(2));
+    QVERIFY(!widget.dataSet(~0ul));
     QCOMPARE(b->dimensions(), 2);
     QCOMPARE(b->getMaxItemCount(), 50ul);
     QCOMPARE(b->getColor(), QColor(0, 0, 255));
