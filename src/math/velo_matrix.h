@@ -354,7 +354,8 @@ public:
     {
         copyValues(other);
     }
-    explicit MatrixF(const VoMatrix& other)
+    // From any R x C matrix; another shape throws as a refused resize would.
+    MatrixF(const VoMatrix& other)
         : Matrix(R, C, C, m_storage, VO_DATA_FIXED_SIZE)
     {
         assign(other);

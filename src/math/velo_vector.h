@@ -291,7 +291,8 @@ public:
     {
         std::memcpy(m_storage, other.data, sizeof m_storage);
     }
-    explicit Vector3(const VoVector& other)
+    // From any 3-element vector; another size throws as a refused resize would.
+    Vector3(const VoVector& other)
         : Vector(3, m_storage, VO_DATA_FIXED_SIZE)
     {
         assign(other);

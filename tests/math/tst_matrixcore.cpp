@@ -164,6 +164,11 @@ void TestMatrixCore::fixedSizeCopiesOwnStorage()
     QCOMPARE(assigned(1, 1), 4.0);
     QCOMPARE(assigned(2, 1), 0.0);
 
+    const Matrix& extentsRef = extents;
+    MatrixF<3, 2> converted = extentsRef;
+    QVERIFY(converted.data != extents.data);
+    QCOMPARE(converted(1, 1), 4.0);
+
     Vector3 a(1, 2, 3);
     Vector3 b(a);
     QVERIFY(b.data != a.data);
@@ -175,6 +180,10 @@ void TestMatrixCore::fixedSizeCopiesOwnStorage()
     QCOMPARE(c.data, cOwn);
     QCOMPARE(c[0], 5.0);
     QCOMPARE(c.flags, VO_DATA_FIXED_SIZE);
+    const Vector plain(a);
+    Vector3 fromPlain = plain;
+    QCOMPARE(fromPlain[0], 5.0);
+    QVERIFY(fromPlain.data != plain.data);
 
     std::vector<Vector3> many(5, Vector3(1, 1, 1));
     many.resize(50, Vector3(2, 2, 2));
