@@ -186,20 +186,22 @@ void Matrix::setMatMulMatTrivial(const VoMatrix& a, const VoMatrix& b)
             const double* ai = a.data + i * a.stride;
             double* out = data + i * stride + j0;
             if (width == StripWidth) {
-                double s0 = 0.0, s1 = 0.0, s2 = 0.0, s3 = 0.0, s4 = 0.0;
+                // Columns 0-1 and 2-3 as packets, column 4 alone; k still ascends.
+                Packet s01 = {0, 0}, s23 = {0, 0};
+                double s4 = 0.0;
                 const double* bk = b.data + j0;
                 for (VoSize k = 0; k < depth; ++k, bk += b.stride) {
                     const double aik = ai[k];
-                    s0 += aik * bk[0];
-                    s1 += aik * bk[1];
-                    s2 += aik * bk[2];
-                    s3 += aik * bk[3];
+                    const Packet a2 = {aik, aik};
+                    Packet b01, b23;
+                    std::memcpy(&b01, bk, sizeof b01);
+                    std::memcpy(&b23, bk + 2, sizeof b23);
+                    s01 += a2 * b01;
+                    s23 += a2 * b23;
                     s4 += aik * bk[4];
                 }
-                out[0] = s0;
-                out[1] = s1;
-                out[2] = s2;
-                out[3] = s3;
+                std::memcpy(out, &s01, sizeof s01);
+                std::memcpy(out + 2, &s23, sizeof s23);
                 out[4] = s4;
             } else {
                 for (VoSize k = 0; k < depth; ++k) {
