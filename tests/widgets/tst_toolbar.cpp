@@ -73,12 +73,10 @@ private slots:
     void zoomAndPanExcludeEachOther();
     void fullFitWithAllSamplesDisablesZoomAndPan();
     void lockingPanUnchecksSilently();
-    void allowedFlagsEnableButtons_data();
     void allowedFlagsEnableButtons();
     void autoScaleMethodReported();
     void emitAllStatesOrder_data();
     void emitAllStatesOrder();
-    void hideOptionalButtons();
     void layoutSelectorIsLazy();
     void layoutSelectorEmission();
     void layoutSelectorRange();
@@ -272,62 +270,43 @@ void TestToolBar::lockingPanUnchecksSilently()
     QCOMPARE(spy.count(), 0);
 }
 
-void TestToolBar::allowedFlagsEnableButtons_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QByteArray>("setter");
-    QTest::addColumn<QByteArray>("getter");
-    QTest::newRow("freeze") << "Freeze" << QByteArray("setFreezeChangeAllowed")
-                            << QByteArray("isFreezeChangeAllowed");
-    QTest::newRow("legend") << "Legend" << QByteArray("setLegendChangeAllowed")
-                            << QByteArray("isLegendChangeAllowed");
-    QTest::newRow("measure") << "Show Values" << QByteArray("setMeasureChangeAllowed")
-                             << QByteArray("isMeasureChangeAllowed");
-    QTest::newRow("all samples") << "Show all samples"
-                                 << QByteArray("setAllSamplesChangeAllowed")
-                                 << QByteArray("isAllSamplesChangeAllowed");
-    QTest::newRow("equal axes") << "Equal Axes" << QByteArray("setEqualAxesChangeAllowed")
-                                << QByteArray("isEqualAxesChangeAllowed");
-    QTest::newRow("clear") << "Clear" << QByteArray("setClearAllowed")
-                           << QByteArray("isClearAllowed");
-    QTest::newRow("zoom") << "Zoom" << QByteArray("setZoomingChangeAllowed")
-                          << QByteArray("isZoomingChangeAllowed");
-    QTest::newRow("pan") << "Pan" << QByteArray("setPanningChangeAllowed")
-                         << QByteArray("isPanningChangeAllowed");
-    QTest::newRow("auto scale") << QString() << QByteArray("setAutoScaleMethodChangeAllowed")
-                                << QByteArray("isAutoScaleMethodChangeAllowed");
-}
-
 void TestToolBar::allowedFlagsEnableButtons()
 {
-    QFETCH(QString, text);
-    QFETCH(QByteArray, setter);
-    QFETCH(QByteArray, getter);
-    KivToolBar toolBar;
-    KivControlInterface* controls = &toolBar;
-    const auto getterValue = [&]() {
-        if (getter == "isFreezeChangeAllowed") return controls->isFreezeChangeAllowed();
-        if (getter == "isLegendChangeAllowed") return controls->isLegendChangeAllowed();
-        if (getter == "isMeasureChangeAllowed") return controls->isMeasureChangeAllowed();
-        if (getter == "isAllSamplesChangeAllowed") return controls->isAllSamplesChangeAllowed();
-        if (getter == "isEqualAxesChangeAllowed") return controls->isEqualAxesChangeAllowed();
-        if (getter == "isClearAllowed") return controls->isClearAllowed();
-        if (getter == "isZoomingChangeAllowed") return controls->isZoomingChangeAllowed();
-        if (getter == "isPanningChangeAllowed") return controls->isPanningChangeAllowed();
-        return controls->isAutoScaleMethodChangeAllowed();
+    using Setter = void (KivToolBar::*)(bool);
+    using Getter = bool (KivToolBar::*)() const;
+    const struct {
+        const char* text; // empty: the auto-scale combo box
+        Setter set;
+        Getter get;
+    } controls[] = {
+        {"Freeze", &KivToolBar::setFreezeChangeAllowed, &KivToolBar::isFreezeChangeAllowed},
+        {"Legend", &KivToolBar::setLegendChangeAllowed, &KivToolBar::isLegendChangeAllowed},
+        {"Show Values", &KivToolBar::setMeasureChangeAllowed, &KivToolBar::isMeasureChangeAllowed},
+        {"Show all samples", &KivToolBar::setAllSamplesChangeAllowed,
+         &KivToolBar::isAllSamplesChangeAllowed},
+        {"Equal Axes", &KivToolBar::setEqualAxesChangeAllowed,
+         &KivToolBar::isEqualAxesChangeAllowed},
+        {"Clear", &KivToolBar::setClearAllowed, &KivToolBar::isClearAllowed},
+        {"Zoom", &KivToolBar::setZoomingChangeAllowed, &KivToolBar::isZoomingChangeAllowed},
+        {"Pan", &KivToolBar::setPanningChangeAllowed, &KivToolBar::isPanningChangeAllowed},
+        {"", &KivToolBar::setAutoScaleMethodChangeAllowed,
+         &KivToolBar::isAutoScaleMethodChangeAllowed},
     };
-    const auto enabled = [&]() {
-        return text.isEmpty() ? autoScaleCombo(toolBar)->isEnabled()
-                              : actionNamed(toolBar, text)->isEnabled();
-    };
-
-    QVERIFY(getterValue());
-    QVERIFY(QMetaObject::invokeMethod(&toolBar, setter.constData(), Q_ARG(bool, false)));
-    QVERIFY(!getterValue());
-    QVERIFY(!enabled());
-    QVERIFY(QMetaObject::invokeMethod(&toolBar, setter.constData(), Q_ARG(bool, true)));
-    QVERIFY(getterValue());
-    QVERIFY(enabled());
+    for (const auto& control : controls) {
+        KivToolBar toolBar;
+        const QString text = QLatin1String(control.text);
+        const auto enabled = [&]() {
+            return text.isEmpty() ? autoScaleCombo(toolBar)->isEnabled()
+                                  : actionNamed(toolBar, text)->isEnabled();
+        };
+        QVERIFY2((toolBar.*control.get)(), control.text);
+        (toolBar.*control.set)(false);
+        QVERIFY2(!(toolBar.*control.get)(), control.text);
+        QVERIFY2(!enabled(), control.text);
+        (toolBar.*control.set)(true);
+        QVERIFY2((toolBar.*control.get)(), control.text);
+        QVERIFY2(enabled(), control.text);
+    }
 }
 
 void TestToolBar::autoScaleMethodReported()
@@ -389,17 +368,6 @@ void TestToolBar::emitAllStatesOrder()
     SignalLog log(&toolBar);
     toolBar.emitAllStates();
     QCOMPARE(log.entries, expected);
-}
-
-void TestToolBar::hideOptionalButtons()
-{
-    KivToolBar toolBar;
-    toolBar.setAllSamplesVisible(false);
-    toolBar.setClearVisible(false);
-    QVERIFY(!actionNamed(toolBar, QStringLiteral("Show all samples"))->isVisible());
-    QVERIFY(!actionNamed(toolBar, QStringLiteral("Clear"))->isVisible());
-    toolBar.setClearVisible(true);
-    QVERIFY(actionNamed(toolBar, QStringLiteral("Clear"))->isVisible());
 }
 
 void TestToolBar::layoutSelectorIsLazy()
