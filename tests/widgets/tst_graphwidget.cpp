@@ -122,6 +122,7 @@ private slots:
     void setDataExclusive();
     void forwardsToGraph();
     void wheelReachesParent();
+    void panningRelayed();
     void toolBarConnectsNineSignals();
     void toolBarDrivesGraph_data();
     void toolBarDrivesGraph();
@@ -590,6 +591,19 @@ void TestGraphWidget::wheelReachesParent()
     QSpontaneKeyEvent::setSpontaneous(&event);
     qApp->notify(widget, &event);
     QCOMPARE(parent.wheels, 1);
+}
+
+void TestGraphWidget::panningRelayed()
+{
+    KivGraphWidget widget;
+    QList<QVariantList> received;
+    connect(&widget, &KivGraphWidget::panning, this,
+            [&](Qt::MouseButton button, int dx, int dy, double gx, double gy) {
+                received << QVariantList{int(button), dx, dy, gx, gy};
+            });
+    emit widget.graph()->panning(Qt::RightButton, 3, -4, 0.25, -0.5);
+    QCOMPARE(received.size(), 1);
+    QCOMPARE(received.at(0), QVariantList({int(Qt::RightButton), 3, -4, 0.25, -0.5}));
 }
 
 void TestGraphWidget::toolBarConnectsNineSignals()
