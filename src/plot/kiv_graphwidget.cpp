@@ -412,9 +412,15 @@ KivDataSet* KivGraphWidget::addDataSet(unsigned long style, const QColor& color,
     return dataSet;
 }
 
+// Null removes every series, and so every box of the legend.
 void KivGraphWidget::removeDataSet(KivDataSet* dataSet)
 {
-    d->legend->removeDataSet(dataSet);
+    if (dataSet) {
+        d->legend->removeDataSet(dataSet);
+    } else {
+        for (int j = 0; j < d->graph->dataSetCount(); ++j)
+            d->legend->removeDataSet(d->graph->dataSet(j));
+    }
     d->graph->removeDataSet(dataSet);
 }
 

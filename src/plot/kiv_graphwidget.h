@@ -63,6 +63,7 @@ public:
 
     //! Adds a series to the graph and a box for it to the legend.
     KivDataSet* addDataSet(unsigned long style, const QColor& color, unsigned long maxItemCount);
+    //! Deletes the series and its legend box; null deletes every series.
     void removeDataSet(KivDataSet* dataSet);
     KivDataSet* dataSet(unsigned long index) const;
     int dataSetCount() const;

@@ -453,6 +453,14 @@ void TestGraphWidget::seriesKeepLegendInStep()
     QCOMPARE(widget.legend()->findChildren<QCheckBox*>().size(), 1);
     b->setLabel(QStringLiteral("level"));
     QCOMPARE(widget.legend()->findChild<QCheckBox*>()->text(), QStringLiteral("level"));
+
+    // Removing all series empties the legend as well.
+    widget.addDataSet(0, Qt::green, 50)->setLabel(QStringLiteral("flow"));
+    widget.removeDataSet(nullptr);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCOMPARE(widget.dataSetCount(), 0);
+    QVERIFY(widget.legend()->findChildren<QCheckBox*>().isEmpty());
+    QVERIFY(!widget.legend()->hasText());
 }
 
 void TestGraphWidget::seriesVisibility()
