@@ -271,9 +271,9 @@ protected:
     void drawArrow(const QPointF& at, const std::vector<QPointF>& shape);
     //! Arrow head outline in pixels pointing along \a direction (0 right, 1 up, 2 left, 3 down).
     void generateArrow(int direction, std::vector<QPointF>& shape) const;
-    //! Top of a label box at \a at, moved down to stay inside the widget.
+    //! Top of a label box standing on \a at (above it), moved down to stay inside the widget.
     int calcUpperLeftYBounds(QPainter* painter, const QString& text, const QPoint& at) const;
-    //! Top of a label box at \a at, moved up so that its bottom stays inside the widget.
+    //! Top of a label box hanging from \a at (below it), moved up to stay inside the widget.
     int calcLowerRightYBounds(QPainter* painter, const QString& text, const QPoint& at) const;
 
     //! Repaints now, bypassing the throttle.
