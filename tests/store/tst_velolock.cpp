@@ -39,7 +39,6 @@ class TestVeloLock : public QObject
     Q_OBJECT
 
 private slots:
-    void guardStartsUnlockedAndUnlockReportsNothingHeld();
     void writeReentry();
     void readReentryAndRelease();
     void guardReleasesOnScopeExitAndException();
@@ -51,20 +50,6 @@ private slots:
     void readerListGrowsAndNeverShrinks();
     void writersAreExclusiveUnderContention();
 };
-
-void TestVeloLock::guardStartsUnlockedAndUnlockReportsNothingHeld()
-{
-    ReadWriteMutex m;
-    LockReadWrite g(m);
-    QVERIFY(!g.isReadLocked());
-    QVERIFY(!g.isWriteLocked());
-    QVERIFY(!g.unlock());
-    QVERIFY(g.lock(false));
-    QVERIFY(g.unlock());
-    QVERIFY(!g.unlock());
-    QCOMPARE(m.readerCount(), 0);
-    QCOMPARE(m.readerCapacity(), 32);
-}
 
 void TestVeloLock::writeReentry()
 {
@@ -100,6 +85,8 @@ void TestVeloLock::readReentryAndRelease()
     ReadWriteMutex m;
     {
         LockReadWrite a(m), b(m), c(m);
+        QVERIFY(!a.isReadLocked() && !a.isWriteLocked());
+        QVERIFY(!a.unlock()); // holds nothing yet
         QVERIFY(a.lock(false));
         QVERIFY(a.lock(false)); // already held: no second entry
         QCOMPARE(m.readerCount(), 1);
@@ -108,6 +95,7 @@ void TestVeloLock::readReentryAndRelease()
         QCOMPARE(m.readerCount(), 3);
         QCOMPARE(m.readLocksOfCurrentThread(), 3);
         QVERIFY(b.unlock());
+        QVERIFY(!b.unlock());
         QCOMPARE(m.readerCount(), 2);
     }
     QCOMPARE(m.readerCount(), 0);
@@ -297,30 +285,6 @@ void TestVeloLock::readerListGrowsAndNeverShrinks()
     QCOMPARE(m.readerCount(), 0);
     QCOMPARE(m.readerCapacity(), 256);
 
-    // Entries of several threads survive a growth and are removed one by one.
-    std::atomic<int> holding{0};
-    std::atomic<bool> release{false};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            std::vector<std::unique_ptr<LockReadWrite>> mineGuards;
-            for (int i = 0; i < 100; ++i) {
-                mineGuards.emplace_back(new LockReadWrite(m));
-                mineGuards.back()->lock(false);
-            }
-            ++holding;
-            waitUntil([&] { return release.load(); });
-        });
-    }
-    waitUntil([&] { return holding.load() == 4; });
-    QCOMPARE(m.readerCount(), 400);
-    QCOMPARE(m.readerCapacity(), 512);
-    QCOMPARE(m.readLocksOfCurrentThread(), 0);
-    release = true;
-    for (std::thread &t : threads)
-        t.join();
-    QCOMPARE(m.readerCount(), 0);
-    QCOMPARE(m.readerCapacity(), 512);
 }
 
 void TestVeloLock::writersAreExclusiveUnderContention()
