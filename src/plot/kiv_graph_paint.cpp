@@ -535,12 +535,13 @@ void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>
         const double step = getScale((ax.displayMax - ax.displayMin) / (w / 120.0), decimals);
         decimalsToFmt(ax.displayMin, ax.displayMax, decimals, fmt);
         const int bottom = isHorizontalScrollbarVisible(box) ? h - int(ScrollBarPixels) : h;
-        double last = -1.0 - 80.0 / w;
-        int lastRight = -1;
+        double last = 0.0;   // graph x of the last written label
+        int lastRight = -1;  // its right edge in pixels, -1 before the first
         double v = std::ceil(ax.displayMin / step) * step;
         for (int n = 0; v < ax.displayMax && n < MaxGridLines; ++n, v += step) {
             const double gx = mx.toGraph(v);
-            if (gx - last < 80.0 / w)
+            // Labels at least 40 pixels apart; the first one is always written.
+            if (lastRight >= 0 && gx - last < 80.0 / w)
                 continue;
             QString text;
             if (timeSeries) {
@@ -557,7 +558,7 @@ void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>
             // Beside the grid line, kept inside the widget; long time labels that would run
             // into the previous one are left out.
             const int left = qBound(0, column + 2, qMax(0, w - r.width() - 1));
-            if (left < lastRight + 6)
+            if (lastRight >= 0 && left < lastRight + 6)
                 continue;
             last = gx;
             lastRight = left + r.width();

@@ -351,6 +351,9 @@ void TestGraphPaint::horizontalScrollBar()
     // Track everywhere along the bottom 12 rows; the slider (20..40 of 0..100) darker.
     QVERIFY(graphtest::near(image.pixel(310, 294), track, 6));
     QVERIFY(!graphtest::near(image.pixel(310, 284), track, 6));
+    // Grid labels move up above the bar; the first one, at the left edge, is always written.
+    QVERIFY(countColour(image, qRgb(0, 0, 0), QRect(0, 270, 18, 18), 100) > 5);
+    QCOMPARE(countColour(image, qRgb(0, 0, 0), QRect(0, 288, 400, 12), 100), 0);
     const QRgb slider = image.pixel(120, 294);
     QVERIFY(qBlue(slider) > qRed(slider) + 60);
     QVERIFY(qRed(slider) < qRed(track) - 20);
