@@ -30,6 +30,9 @@ public:
     using KivGraph::KivGraph;
     using KivGraph::applyScaleLimits;
     using KivGraph::drawBackground;
+    using KivGraph::drawHorizontalScrollBar;
+    using KivGraph::drawSelectionRectangle;
+    using KivGraph::drawVerticalScrollBar;
     using KivGraph::forceScheduleUpdate;
     using KivGraph::updateGridScale;
 

@@ -99,6 +99,7 @@ private slots:
     void noDataText();
     void backgroundPrimitives_data();
     void backgroundPrimitives();
+    void overlayPrimitives();
     void seriesDrawOverGridAndFirstSeriesOnTop();
     void gridIsStippled();
     void validRangeTintAndWarning();
@@ -212,6 +213,85 @@ void TestGraphPaint::backgroundPrimitives()
         QCOMPARE(bands.at(0), qMakePair(-1.0, -0.6));
         QCOMPARE(bands.at(1), qMakePair(0.6, 1.0));
     }
+}
+
+void TestGraphPaint::overlayPrimitives()
+{
+    TestGraph g;
+    KivDataSet* ds = g.addDataSet(KivDataStyle2D, Qt::red, 0);
+    ds->addData(0.0, 0.0);
+    ds->addData(100.0, 10.0);
+    g.setAxisScale('x', 25.0, 75.0);
+    g.setAxisScale('y', 2.0, 4.0);
+    prepare(g, 400, 300);
+    g.grabFramebuffer(); // records the extents 0 .. 100, 0 .. 10
+
+    g.makeCurrent();
+    const velo::MatrixF<3, 2> box = g.calculateMinMaxScales();
+    const auto horizontal = kivtest::captureFeedback([&] { g.drawHorizontalScrollBar(box); });
+    const auto vertical = kivtest::captureFeedback([&] { g.drawVerticalScrollBar(box); });
+    const auto selection = kivtest::captureFeedback(
+        [&] { g.drawSelectionRectangle(QPointF(-0.5, 0.5), QPointF(0.25, -0.25)); });
+    g.doneCurrent();
+
+    // Horizontal bar: a track over the full width and a slider over 25 .. 75 of 0 .. 100,
+    // both 12 pixels tall, then the slider's outline.
+    QRectF track;
+    QRectF slider;
+    int outline = 0;
+    for (const kivtest::Primitive& p : horizontal) {
+        QRectF r;
+        for (int i = 0; i < p.vertexCount(); ++i)
+            r |= QRectF(p.x(i), p.y(i), 0.001, 0.001);
+        if (p.type == kivtest::Primitive::Polygon)
+            (r.width() > 390 ? track : slider) |= r;
+        else
+            ++outline;
+    }
+    QVERIFY(qAbs(track.left()) < 0.5 && qAbs(track.right() - 400) < 0.5);
+    QVERIFY(qAbs(track.top()) < 0.5 && qAbs(track.bottom() - 12) < 0.5);
+    QVERIFY(qAbs(slider.left() - 100) < 0.5 && qAbs(slider.right() - 300) < 0.5);
+    QCOMPARE(outline, 4);
+
+    // Vertical bar: 12 pixels wide along the left edge, slider over 2 .. 4 of 0 .. 10.
+    QRectF vslider;
+    for (const kivtest::Primitive& p : vertical) {
+        if (p.type != kivtest::Primitive::Polygon)
+            continue;
+        QRectF r;
+        for (int i = 0; i < p.vertexCount(); ++i)
+            r |= QRectF(p.x(i), p.y(i), 0.001, 0.001);
+        QVERIFY(r.right() < 12.5);
+        if (r.height() < 290)
+            vslider |= r;
+    }
+    QVERIFY(qAbs(vslider.top() - 60) < 0.5 && qAbs(vslider.bottom() - 120) < 0.5);
+
+    // Selection: fill, outline, four guides from the axes and the two band marks.
+    int lines = 0;
+    QList<QRectF> fills;
+    for (const kivtest::Primitive& p : selection) {
+        if (p.type == kivtest::Primitive::Polygon) {
+            QRectF r;
+            for (int i = 0; i < p.vertexCount(); ++i)
+                r |= QRectF(p.x(i), p.y(i), 0.001, 0.001);
+            fills << r;
+        } else {
+            ++lines;
+        }
+    }
+    QCOMPARE(lines, 8);
+    bool rectangle = false;
+    bool leftBand = false;
+    bool bottomBand = false;
+    for (const QRectF& r : fills) {
+        rectangle = rectangle || (qAbs(r.left() - 100) < 0.5 && qAbs(r.right() - 250) < 0.5 && qAbs(r.top() - 112.5) < 0.5);
+        leftBand = leftBand || (r.left() < 0.5 && qAbs(r.right() - 12) < 0.5 && qAbs(r.bottom() - 225) < 0.5);
+        bottomBand = bottomBand || (r.top() < 0.5 && qAbs(r.bottom() - 12) < 0.5 && qAbs(r.right() - 250) < 0.5);
+    }
+    QVERIFY(rectangle);
+    QVERIFY(leftBand);
+    QVERIFY(bottomBand);
 }
 
 void TestGraphPaint::seriesDrawOverGridAndFirstSeriesOnTop()
