@@ -49,7 +49,7 @@ int main(int argc, char* argv[])
             return 2;
         }
         const QString screenshot = parser.value(screenshotOption);
-        QTimer::singleShot(int(seconds * 1000.0), &view, [&]() {
+        QTimer::singleShot(int(seconds * 1000.0), &view, [&view, &app, &exitCode, screenshot]() {
             if (!screenshot.isEmpty() && !view.grabFramebuffer().save(screenshot)) {
                 std::fprintf(stderr, "lorenz3d: cannot write %s\n", qPrintable(screenshot));
                 exitCode = 1;
