@@ -8,7 +8,7 @@
 
 namespace {
 
-// Thickness of the scroll bars in pixels, shared with the pointer hit tests.
+// Thickness of the scroll bars in pixels, the same band the pointer hit tests use.
 const double ScrollBarPixels = 12.0;
 // Upper bound of grid lines or labels per axis: a span that is tiny against its values
 // would otherwise never advance v += step.
@@ -48,14 +48,7 @@ void KivGraph::paintGL()
                  float(m_backgroundColor.blue()), float(m_backgroundColor.alpha()));
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
 
-    bool anyData = false;
-    for (const KivDataSet* ds : qAsConst(m_dataSets)) {
-        if (ds->getItemCount() > 0) {
-            anyData = true;
-            break;
-        }
-    }
-    if (!anyData) {
+    if (isEmpty()) {
         if (!m_noDataText.isEmpty()) {
             QPainter painter(this);
             painter.setPen(QColor(0, 0, 0));
