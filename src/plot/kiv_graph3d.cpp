@@ -83,6 +83,11 @@ KivGraph3D::KivGraph3D(QWidget* parent)
 
 KivGraph3D::~KivGraph3D()
 {
+    // Closed in the middle of a drag: give the pointer back to the application.
+    while (cursorOverrides > 0) {
+        QGuiApplication::restoreOverrideCursor();
+        --cursorOverrides;
+    }
     gluDeleteQuadric(shaftQuadric);
     gluDeleteQuadric(headBaseQuadric);
     gluDeleteQuadric(shaftBaseQuadric);
@@ -264,13 +269,18 @@ void KivGraph3D::mousePressEvent(QMouseEvent* e)
 {
     // The pointer would only get in the way of the scene while dragging.
     QGuiApplication::setOverrideCursor(QCursor(Qt::BlankCursor));
+    ++cursorOverrides;
     lastMousePos = e->pos();
     e->accept();
 }
 
 void KivGraph3D::mouseReleaseEvent(QMouseEvent* e)
 {
-    QGuiApplication::restoreOverrideCursor();
+    // Only what this view pushed, so a stray release cannot pop someone else's cursor.
+    if (cursorOverrides > 0) {
+        QGuiApplication::restoreOverrideCursor();
+        --cursorOverrides;
+    }
     e->accept();
 }
 

@@ -130,6 +130,10 @@ protected:
     GLUquadric* shaftQuadric;
     GLUquadric* headBaseQuadric;
     GLUquadric* shaftBaseQuadric;
+
+private:
+    // Blank cursors this view has pushed and not yet restored (one per button held).
+    int cursorOverrides = 0;
 };
 
 Q_DECLARE_METATYPE(KivGraph3D::ProjectionRect)

@@ -674,6 +674,25 @@ void TestGraph3D::pointerHiddenWhileDragging()
     QCOMPARE(QGuiApplication::overrideCursor()->shape(), Qt::BlankCursor);
     QTest::mouseRelease(&v, Qt::RightButton, Qt::NoModifier, QPoint(10, 10));
     QVERIFY(!QGuiApplication::overrideCursor());
+
+    // A release that no press of this view preceded leaves other cursors alone.
+    QGuiApplication::setOverrideCursor(QCursor(Qt::WaitCursor));
+    QTest::mouseRelease(&v, Qt::LeftButton, Qt::NoModifier, QPoint(10, 10));
+    QCOMPARE(QGuiApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    QGuiApplication::restoreOverrideCursor();
+
+    // Closed while both buttons are held: the pointer comes back.
+    {
+        ProbeView dragged;
+        dragged.resize(200, 200);
+        dragged.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dragged));
+        sendMouse(&dragged, QEvent::MouseButtonPress, QPoint(20, 20), Qt::LeftButton, Qt::LeftButton);
+        sendMouse(&dragged, QEvent::MouseButtonPress, QPoint(20, 20), Qt::RightButton,
+                  Qt::LeftButton | Qt::RightButton);
+        QCOMPARE(QGuiApplication::overrideCursor()->shape(), Qt::BlankCursor);
+    }
+    QVERIFY(!QGuiApplication::overrideCursor());
 }
 
 void TestGraph3D::gridPlanes_data()
