@@ -1,77 +1,48 @@
-#ifndef KIV_TEST_POINTERTEST_H
-#define KIV_TEST_POINTERTEST_H
+#pragma once
 
-// Helpers shared by the pointer tests: a graph shown in a window of a known size, real mouse
-// events through the window system interface, wheel events and scale read-back.
-
-// Route QTest's mouse helpers through the window (as the platform delivers them), so that
-// hover moves arrive, pressed buttons are tracked and double clicks are detected by Qt itself.
-#ifndef QTEST_QPA_MOUSE_HANDLING
+// A graph shown in a window of a known size, driven by real mouse and wheel events.
+// QTest's mouse helpers go through the window, as the platform delivers them: hover moves
+// arrive, pressed buttons are tracked and Qt itself detects double clicks.
 #define QTEST_QPA_MOUSE_HANDLING
-#endif
 
 #include "kiv_dataset.h"
 #include "kiv_graph.h"
 
 #include <QApplication>
 #include <QCursor>
-#include <QImage>
-#include <QMouseEvent>
 #include <QWheelEvent>
 #include <QtTest>
 
-#include <utility>
-
-// The panning signal carries the button; spies and data columns need it as a meta type.
 Q_DECLARE_METATYPE(Qt::MouseButton)
 
 namespace pointertest {
 
-// A graph that counts its frames, so a test can wait for the repaint a gesture asked for.
-class CountingGraph : public KivGraph
-{
-public:
-    explicit CountingGraph(QWidget* parent = nullptr)
-        : KivGraph(parent)
-    {
-    }
+struct CountingGraph : public KivGraph {
     int frames = 0;
+    void paintGL() override { KivGraph::paintGL(); ++frames; }
+};
 
-protected:
-    void paintGL() override
+// A 300 x 200 graph at the top-left corner of a larger window: the free space right of it and
+// below it is where the pointer leaves the graph or drags beyond it.
+struct GraphWindow : public QWidget {
+    CountingGraph* graph = new CountingGraph;
+
+    GraphWindow()
     {
-        KivGraph::paintGL();
-        ++frames;
+        qRegisterMetaType<Qt::MouseButton>(); // for spies on the panning signal
+        setGeometry(0, 0, 420, 280);
+        graph->setParent(this);
+        graph->setGeometry(0, 0, 300, 200);
+    }
+
+    bool showAndWait()
+    {
+        QCursor::setPos(QPoint(1200, 1000)); // away from the window
+        show();
+        return QTest::qWaitForWindowExposed(this) && QTest::qWaitFor([&]() { return graph->frames > 0; }, 5000);
     }
 };
 
-// A window holding the graph at its top-left corner with free space right of it and below
-// it, where the pointer goes to leave the graph or to drag beyond it.
-class GraphWindow : public QWidget
-{
-public:
-    explicit GraphWindow(int w = 300, int h = 200)
-        : graph(new CountingGraph(this))
-    {
-        setGeometry(0, 0, w + 120, h + 80);
-        graph->setGeometry(0, 0, w, h);
-    }
-    CountingGraph* graph;
-};
-
-// Shows the window at the screen's corner, away from the real pointer, and waits for the
-// first frame. Returns false when the window never became visible.
-inline bool showAndWait(GraphWindow& win)
-{
-    QCursor::setPos(QPoint(1200, 1000));
-    win.move(0, 0);
-    win.show();
-    if (!QTest::qWaitForWindowExposed(&win))
-        return false;
-    return QTest::qWaitFor([&]() { return win.graph->frames > 0; }, 5000);
-}
-
-// Waits until the graph drew a frame after the current one.
 inline bool waitForFrame(CountingGraph* g)
 {
     const int before = g->frames;
@@ -79,8 +50,15 @@ inline bool waitForFrame(CountingGraph* g)
     return QTest::qWaitFor([&]() { return g->frames > before; }, 5000);
 }
 
-// Press, release and press again in quick succession, as a user's double click that keeps the
-// button down: Qt turns the second press into a double click. (QTest::mouseDClick releases.)
+inline void drag(QWidget* w, Qt::MouseButton button, const QPoint& from, const QPoint& to)
+{
+    QTest::mousePress(w, button, Qt::NoModifier, from);
+    QTest::mouseMove(w, (from + to) / 2);
+    QTest::mouseMove(w, to);
+    QTest::mouseRelease(w, button, Qt::NoModifier, to);
+}
+
+// A double click that keeps the button down (QTest::mouseDClick releases it).
 inline void doubleClickAndHold(QWidget* w, Qt::MouseButton button, const QPoint& p)
 {
     QTest::mousePress(w, button, Qt::NoModifier, p);
@@ -93,7 +71,7 @@ inline void doubleClickAndHold(QWidget* w, Qt::MouseButton button, const QPoint&
     QTest::mousePress(w, button, Qt::NoModifier, p);
 }
 
-// One wheel notch (or any delta) at widget point p; returns whether the graph accepted it.
+// Returns whether the graph accepted the wheel event.
 inline bool wheel(QWidget* w, const QPoint& p, int delta, Qt::MouseButtons buttons = Qt::NoButton)
 {
     QWheelEvent e(QPointF(p), QPointF(w->mapToGlobal(p)), QPoint(), QPoint(0, delta), buttons, Qt::NoModifier,
@@ -102,28 +80,59 @@ inline bool wheel(QWidget* w, const QPoint& p, int delta, Qt::MouseButtons butto
     return e.isAccepted();
 }
 
-// A pointer move with no button down, delivered straight to the widget.
-inline void hover(QWidget* w, const QPoint& p)
+// A series of points (i, i) for i = 0 .. 100, viewed at 25 .. 75 on both axes: both
+// scroll-bar sliders are shown, spanning the middle half of their bands.
+inline void addRampHalfViewed(KivGraph* g)
 {
-    QMouseEvent e(QEvent::MouseMove, QPointF(p), QPointF(w->mapToGlobal(p)), Qt::NoButton, Qt::NoButton,
-                  Qt::NoModifier);
-    QApplication::sendEvent(w, &e);
+    KivDataSet* ds = g->addDataSet(1, QColor(Qt::red), 0);
+    for (int i = 0; i <= 100; ++i)
+        ds->addData(double(i), double(i));
+    g->setAxisScale('x', 25.0, 75.0);
+    g->setAxisScale('y', 25.0, 75.0);
 }
 
-inline std::pair<double, double> scale(const KivGraph& g, char axis)
+inline velo::MatrixF<3, 2> box(double x0, double x1, double y0, double y1)
 {
-    double min = 0.0;
-    double max = 0.0;
-    g.getAxisScale(axis, min, max);
-    return std::make_pair(min, max);
+    const double v[3][2] = {{x0, x1}, {y0, y1}, {-1.0, 1.0}};
+    velo::MatrixF<3, 2> b;
+    for (int i = 0; i < 6; ++i)
+        b(i / 2, i % 2) = v[i / 2][i % 2];
+    return b;
 }
 
-// Relative comparison that also accepts values near zero.
 inline bool near(double a, double b, double eps = 1e-9)
 {
     return std::fabs(a - b) <= eps * std::max(1.0, std::max(std::fabs(a), std::fabs(b)));
 }
 
-} // namespace pointertest
+// The view as a rectangle: x range left .. right, y range top .. bottom.
+inline QRectF currentView(const KivGraph& g)
+{
+    double x0 = 0, x1 = 0, y0 = 0, y1 = 0;
+    g.getAxisScale('x', x0, x1);
+    g.getAxisScale('y', y0, y1);
+    return QRectF(QPointF(x0, y0), QPointF(x1, y1));
+}
 
-#endif // KIV_TEST_POINTERTEST_H
+// Whether the view is v; tells what it is instead when it is not.
+inline bool viewIs(const KivGraph& g, const QRectF& v)
+{
+    const QRectF r = currentView(g);
+    const bool same = near(r.left(), v.left()) && near(r.right(), v.right()) && near(r.top(), v.top())
+        && near(r.bottom(), v.bottom());
+    if (!same)
+        qWarning("view x %.12g .. %.12g, y %.12g .. %.12g", r.left(), r.right(), r.top(), r.bottom());
+    return same;
+}
+
+inline bool noGestureActive(const KivGraph& g)
+{
+    for (Qt::MouseButton b : {Qt::LeftButton, Qt::RightButton}) {
+        const KivGraph::PanZoomInfo& r = g.getPanZoomInfo(b);
+        if (r.active || r.autoZoom || r.horizontalSlider || r.verticalSlider)
+            return false;
+    }
+    return !g.isMouseButtonDown().first;
+}
+
+} // namespace pointertest
