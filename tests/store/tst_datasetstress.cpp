@@ -6,6 +6,7 @@
 
 #include <QtTest>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 #include <vector>
@@ -32,19 +33,23 @@ void TestDataSetStress::producersAndFlusher_data()
 {
     QTest::addColumn<ulong>("maxItems");
     QTest::addColumn<bool>("toggleFreeze");
+    QTest::addColumn<bool>("atBack");
 
-    QTest::newRow("unbounded") << 0ul << false;
-    QTest::newRow("bounded") << 100000ul << false;
-    QTest::newRow("unbounded, freezing now and then") << 0ul << true;
+    QTest::newRow("unbounded") << 0ul << false << true;
+    QTest::newRow("bounded") << 100000ul << false << true;
+    QTest::newRow("unbounded, freezing now and then") << 0ul << true << true;
+    QTest::newRow("unbounded, added at the front") << 0ul << false << false;
 }
 
 void TestDataSetStress::producersAndFlusher()
 {
     QFETCH(ulong, maxItems);
     QFETCH(bool, toggleFreeze);
+    QFETCH(bool, atBack);
 
     KivDataSet ds(640, 480);
     ds.setMaxItemCount(maxItems);
+    ds.setAddPosition(atBack);
     ds.setTime(0.5, 0.0);
 
     std::atomic<int> running{Producers};
@@ -92,14 +97,17 @@ void TestDataSetStress::producersAndFlusher()
     QVERIFY(biggestCount <= (maxItems > 0 ? maxItems : total));
     double interval = 0.0, time = 0.0;
     ds.getTime(interval, time);
-    QCOMPARE(time, 0.5 * double(total));
+    QCOMPARE(time, (atBack ? 0.5 : -0.5) * double(total));
 
-    // Each producer's samples appear in the order they were added; unbounded, all of them.
+    // Each producer's samples appear in the order they were added (reversed when added at
+    // the front); unbounded, all of them.
+    std::vector<double> values(expected);
+    QCOMPARE(ds.copyData(0, expected + 10, values.data()), expected);
+    if (!atBack)
+        std::reverse(values.begin(), values.end());
     long next[Producers];
     for (long &n : next)
         n = -1;
-    std::vector<double> values(expected);
-    QCOMPARE(ds.copyData(0, expected + 10, values.data()), expected);
     for (unsigned long i = 0; i < expected; ++i) {
         const double v = values[i];
         const int p = int(v / ProducerStride);
