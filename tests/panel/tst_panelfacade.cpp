@@ -23,6 +23,7 @@ private slots:
     void indexAddressing();
     void setDataByIndex();
     void nullTolerance();
+    void addDataSetArguments();
     void colors_data();
     void colors();
     void colorsOnScreen();
@@ -180,6 +181,21 @@ void TestPanelFacade::nullTolerance()
         QVERIFY(graph->graph()->noDataText() != QStringLiteral("t"));
         QVERIFY(graph->graph()->graphText() != QStringLiteral("t"));
     }
+}
+
+void TestPanelFacade::addDataSetArguments()
+{
+    KivWidget p(1, 1);
+    KivGraphWidget* g = p.getGraph(0, 0);
+    KivDataSet* a = p.addDataSet(g, 77, QColor(Qt::blue), KivDataStyle3D | KivDataStylePoints);
+    QCOMPARE(a->getMaxItemCount(), 77ul);
+    QCOMPARE(a->getStyle(), 0x12ul);
+    QCOMPARE(a->getColor(), QColor(Qt::blue));
+    KivDataSet* b = p.addDataSet(g, 5, 0xff0000u, KivDataStyle2D);
+    QCOMPARE(b->getMaxItemCount(), 5ul);
+    QCOMPARE(b->getStyle(), 0x1ul);
+    QCOMPARE(b->getColor(), QColor(Qt::blue));
+    QCOMPARE(p.getDataSet(g, 1), b);
 }
 
 void TestPanelFacade::colors_data()
