@@ -8,6 +8,7 @@
 #include <gridsplitter.h>
 
 #include <QCoreApplication>
+#include <QEvent>
 #include <QGridLayout>
 #include <QPointer>
 #include <QVBoxLayout>
@@ -27,8 +28,10 @@ public:
     //! Row-major: (r, c) is entry columns * r + c.
     QList<KivGraphWidget*> graphs;
 
-    //! After a pan step of \a from, linked graphs take over its x range.
+    //! After a pan or zoom step of \a from, linked graphs take over its x range.
     void shareXScale(KivGraphWidget* from) const;
+    //! The same, once the event under way has been handled.
+    void shareXScaleLater(KivWidget* panel, KivGraphWidget* from);
 };
 
 void KivWidgetPrivate::shareXScale(KivGraphWidget* from) const
@@ -42,6 +45,15 @@ void KivWidgetPrivate::shareXScale(KivGraphWidget* from) const
         if (graph != from)
             graph->graph()->setLinkedAxisScale('x', min, max);
     }
+}
+
+void KivWidgetPrivate::shareXScaleLater(KivWidget* panel, KivGraphWidget* from)
+{
+    QPointer<KivGraphWidget> source(from);
+    QMetaObject::invokeMethod(panel, [this, source]() {
+        if (source)
+            shareXScale(source);
+    }, Qt::QueuedConnection);
 }
 
 namespace {
@@ -114,13 +126,8 @@ void KivWidget::selectLayout(int rows, int cols)
         auto* graph = new KivGraphWidget;
         connectToolbarToGraph(d->toolbar, graph);
         // Deferred, so the pan step has passed the graph's limits before the range is shared.
-        QPointer<KivGraphWidget> source(graph);
-        connect(graph, &KivGraphWidget::panning, this, [this, source]() {
-            QMetaObject::invokeMethod(this, [this, source]() {
-                if (source)
-                    d->shareXScale(source);
-            }, Qt::QueuedConnection);
-        });
+        connect(graph, &KivGraphWidget::panning, this, [this, graph]() { d->shareXScaleLater(this, graph); });
+        graph->graph()->installEventFilter(this);
         d->graphs.append(graph);
     }
 
@@ -144,6 +151,21 @@ void KivWidget::selectLayout(int rows, int cols)
     checkForLegends();
     d->toolbar->emitAllStates();
     emit layoutChanged();
+}
+
+bool KivWidget::eventFilter(QObject* watched, QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::MouseButtonRelease: // a rubber band or a double click zooms
+    case QEvent::MouseButtonDblClick:
+    case QEvent::Wheel:
+        if (auto* graph = qobject_cast<KivGraphWidget*>(watched->parent()))
+            d->shareXScaleLater(this, graph);
+        break;
+    default:
+        break;
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void KivWidget::resetGrid()

@@ -145,6 +145,10 @@ public slots:
     //! kept; empty ones fill up the rest or are deleted. Negative sizes are ignored.
     void selectLayout(int rows, int cols);
 
+protected:
+    //! Watches the graphs' zoom gestures so that linked graphs follow them.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     KivWidgetPrivate* const d;
 };
