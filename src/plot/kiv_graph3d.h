@@ -44,7 +44,8 @@ public:
     /*!
      * Zooms to \a level wheel steps, the projection being the base one times
      * (1 - zoomStep)^level. A level whose factor leaves [minZoomFactor, maxZoomFactor]
-     * changes nothing. Returns the level now in effect; the caller keeps it in zoomLevel.
+     * changes nothing. Returns the level now in effect, which the caller stores (the
+     * wheel handler keeps it in zoomLevel).
      */
     int zoom(int level);
 
@@ -52,15 +53,18 @@ public:
     //! the head's base, so callers push and pop the matrix around it.
     void gluArrow(double shaftRadius, double headRadius, double length, double headLength);
     //! Draws an arrow of the given \a length starting at \a from and pointing towards \a to.
+    //! Also leaves the model-view matrix changed.
     void gluArrow(const velo::Vector3& from, const velo::Vector3& to, double shaftRadius,
                   double headRadius, double length, double headLength);
     //! A cheap point marker: a double pyramid of half-width and half-height \a size.
     void gluFastPoint(const velo::Vector3& centre, double size);
 
 public slots:
+    //! Angles in degrees, kept in (-180, 180]; non-finite angles are ignored.
     void setXRotation(double angle);
     void setYRotation(double angle);
     void setZRotation(double angle);
+    //! Moves the scene, in projection units.
     void setXPosOffset(double offset);
     void setYPosOffset(double offset);
     //! Moves the grid cube; takes effect at the next repaint.
@@ -94,6 +98,7 @@ protected slots:
     virtual void drawGrid();
     virtual void drawGridArrows();
     // The plane hooks emit vertices only; drawGrid() wraps them in glBegin/glEnd.
+    //! The floor at the cube's minimum z; \a far is not used.
     virtual void drawGridXY(bool far);
     //! \a far puts the plane at the cube's maximum y instead of its minimum.
     virtual void drawGridXZ(bool far);
@@ -104,8 +109,10 @@ protected:
     //! Maps an angle in degrees into (-180, 180]. Non-finite angles give NaN.
     static double normalizedAngle(double a);
 
+    //! Projection at zoom level 0, and the one in use.
     ProjectionRect baseProjection;
     ProjectionRect projection;
+    //! The user's rotation in degrees, and the fixed rotation added to it.
     double xRot;
     double yRot;
     double zRot;
@@ -114,13 +121,16 @@ protected:
     double zRotOffset;
     double xPosOffset;
     double yPosOffset;
+    //! Minimum corner and extent of the grid cube.
     velo::Vector3 axisOffset;
     velo::Vector3 gridSize;
+    //! Fraction the projection shrinks per wheel step, and the bounds of its factor.
     double zoomStep;
     double minZoomFactor;
     double maxZoomFactor;
     int zoomLevel;
     QPoint lastMousePos;
+    //! Grid lines are drawn a half lighter than this.
     QColor gridColor;
     //! Kept for hosts; the view itself clears with gridColor.
     QColor backgroundColor;
