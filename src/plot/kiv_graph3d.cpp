@@ -286,8 +286,9 @@ void KivGraph3D::mouseReleaseEvent(QMouseEvent* e)
 
 /*!
  * Left drag rotates two degrees per pixel: horizontal motion about z (about y while the
- * right button is held too), vertical motion about x. Right drag moves the scene so that
- * it follows the pointer.
+ * right button is held too), vertical motion about x. Right drag moves the scene by the
+ * pointer's travel scaled from the widget's size to the projection rect (before its
+ * aspect correction), so on a square view the scene follows the pointer exactly.
  */
 void KivGraph3D::mouseMoveEvent(QMouseEvent* e)
 {
