@@ -50,8 +50,9 @@ struct Primitive
 };
 
 // Runs `draw` in feedback mode (GL_2D: positions only) and returns the primitives.
-// A GL_LINE_STRIP comes back as one LineReset token followed by Line tokens, so a new
-// strip (after glEnd/glBegin) shows as another LineReset.
+// Lines come back as segments. The first segment of a strip is usually a LineReset token,
+// but Mesa may report a new strip as a plain Line token: tell strips apart by whether
+// consecutive segments share their end points, not by the token alone.
 inline std::vector<Primitive> captureFeedback(const std::function<void()>& draw, size_t capacity = 1 << 20)
 {
     std::vector<GLfloat> buffer(capacity);
