@@ -33,7 +33,7 @@ QSpinBox* spinBox(const KivToolBar& toolBar, const QString& toolTip)
     return nullptr;
 }
 
-// Records the names of the Triggered signals in the order they arrive.
+// Records the Triggered signals in the order they arrive, e.g. "zooming(1)".
 class SignalLog : public QObject
 {
 public:
@@ -63,132 +63,79 @@ class TestToolBar : public QObject
     Q_OBJECT
 
 private slots:
-    void buttonsInOrder();
-    void buttonStates_data();
-    void buttonStates();
-    void autoScaleChoices();
+    void buttons();
     void clickEmitsTriggered_data();
     void clickEmitsTriggered();
-    void clearKeepsTimeBase();
     void zoomAndPanExcludeEachOther();
     void fullFitWithAllSamplesDisablesZoomAndPan();
-    void lockingPanUnchecksSilently();
     void allowedFlagsEnableButtons();
     void autoScaleMethodReported();
     void emitAllStatesOrder_data();
     void emitAllStatesOrder();
-    void layoutSelectorIsLazy();
+    void hiddenLayoutSelector();
     void layoutSelectorEmission();
-    void layoutSelectorRange();
-    void hiddenToolBarDoesNotReportLayout();
 };
 
-void TestToolBar::buttonsInOrder()
+void TestToolBar::buttons()
 {
     KivToolBar toolBar;
-    QCOMPARE(toolBar.windowTitle(), QStringLiteral("graph operations"));
-    QCOMPARE(toolBar.orientation(), Qt::Horizontal);
     QCOMPARE(toolBar.iconSize(), QSize(16, 16));
-
-    QStringList texts;
-    for (QAction* action : toolBar.actions())
-        texts << (toolBar.widgetForAction(action) == autoScaleCombo(toolBar)
-                      ? QStringLiteral("<auto scale>")
-                      : action->text());
-    const QStringList expected{"Zoom", "Pan", "Legend", "Show Values", "Freeze", "<auto scale>",
-                               "Equal Axes", "Show all samples", "Clear"};
-    QCOMPARE(texts, expected);
-}
-
-void TestToolBar::buttonStates_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("checkable");
-    QTest::addColumn<bool>("checked");
-    QTest::newRow("zoom") << "Zoom" << true << false;
-    QTest::newRow("pan") << "Pan" << true << false;
-    QTest::newRow("legend") << "Legend" << true << true;
-    QTest::newRow("measure") << "Show Values" << true << false;
-    QTest::newRow("freeze") << "Freeze" << true << false;
-    QTest::newRow("equal axes") << "Equal Axes" << true << false;
-    QTest::newRow("all samples") << "Show all samples" << true << false;
-    QTest::newRow("clear") << "Clear" << false << false;
-}
-
-void TestToolBar::buttonStates()
-{
-    QFETCH(QString, text);
-    QFETCH(bool, checkable);
-    QFETCH(bool, checked);
-    KivToolBar toolBar;
-    QAction* action = actionNamed(toolBar, text);
-    QVERIFY(action);
-    QCOMPARE(action->isCheckable(), checkable);
-    QCOMPARE(action->isChecked(), checked);
-    QVERIFY(action->isEnabled());
-    QVERIFY(!action->icon().isNull());
-}
-
-void TestToolBar::autoScaleChoices()
-{
-    KivToolBar toolBar;
-    QComboBox* combo = autoScaleCombo(toolBar);
-    QVERIFY(combo);
-    QCOMPARE(combo->count(), 3);
-    const QStringList texts{"no auto scaling", "expand to fit", "full fit"};
-    for (int i = 0; i < 3; ++i) {
-        QCOMPARE(combo->itemText(i), texts.at(i));
-        QCOMPARE(combo->itemData(i).toInt(), i);
-        QVERIFY(!combo->itemIcon(i).isNull());
+    // Text, checkable, checked at start; "" is the auto-scale combo box.
+    const struct { const char* text; bool checkable, checked; } expected[] = {
+        {"Zoom", true, false},   {"Pan", true, false},        {"Legend", true, true},
+        {"Show Values", true, false}, {"Freeze", true, false}, {"", false, false},
+        {"Equal Axes", true, false}, {"Show all samples", true, false}, {"Clear", false, false},
+    };
+    const QList<QAction*> actions = toolBar.actions();
+    QCOMPARE(actions.size(), 9);
+    for (int i = 0; i < 9; ++i) {
+        QAction* action = actions.at(i);
+        if (!*expected[i].text) {
+            QCOMPARE(toolBar.widgetForAction(action), autoScaleCombo(toolBar));
+            continue;
+        }
+        QCOMPARE(action->text(), QLatin1String(expected[i].text));
+        QCOMPARE(action->isCheckable(), expected[i].checkable);
+        QCOMPARE(action->isChecked(), expected[i].checked);
+        QVERIFY(action->isEnabled());
+        QVERIFY(!action->icon().isNull());
     }
-    QCOMPARE(combo->currentIndex(), 0);
+    QComboBox* combo = autoScaleCombo(toolBar);
+    QStringList texts;
+    for (int i = 0; i < combo->count(); ++i)
+        texts << combo->itemText(i);
+    QCOMPARE(texts, QStringList({"no auto scaling", "expand to fit", "full fit"}));
     QCOMPARE(int(toolBar.getAutoScaleMethod()), 0);
 }
 
 void TestToolBar::clickEmitsTriggered_data()
 {
     QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("signal");
-    QTest::addColumn<bool>("initiallyChecked");
-    QTest::newRow("zoom") << "Zoom" << SIGNAL(zoomingTriggered(bool)) << false;
-    QTest::newRow("pan") << "Pan" << SIGNAL(panningTriggered(bool)) << false;
-    QTest::newRow("legend") << "Legend" << SIGNAL(legendTriggered(bool)) << true;
-    QTest::newRow("measure") << "Show Values" << SIGNAL(measureTriggered(bool)) << false;
-    QTest::newRow("freeze") << "Freeze" << SIGNAL(freezeTriggered(bool)) << false;
-    QTest::newRow("equal axes") << "Equal Axes" << SIGNAL(equalAxesTriggered(bool)) << false;
-    QTest::newRow("all samples") << "Show all samples" << SIGNAL(allSamplesTriggered(bool))
-                                 << false;
+    QTest::addColumn<QStringList>("expected"); // after two clicks
+    QTest::newRow("zoom") << "Zoom" << QStringList{"zooming(1)", "zooming(0)"};
+    QTest::newRow("pan") << "Pan" << QStringList{"panning(1)", "panning(0)"};
+    QTest::newRow("legend") << "Legend" << QStringList{"legend(0)", "legend(1)"};
+    QTest::newRow("measure") << "Show Values" << QStringList{"measure(1)", "measure(0)"};
+    QTest::newRow("freeze") << "Freeze" << QStringList{"freeze(1)", "freeze(0)"};
+    QTest::newRow("equal axes") << "Equal Axes" << QStringList{"equalAxes(1)", "equalAxes(0)"};
+    QTest::newRow("all samples") << "Show all samples"
+                                 << QStringList{"allSamples(1)", "allSamples(0)"};
+    // Clicking Clear keeps the time base; only a host's clear(true) resets it.
+    QTest::newRow("clear") << "Clear" << QStringList{"clear(0)", "clear(0)"};
 }
 
 void TestToolBar::clickEmitsTriggered()
 {
     QFETCH(QString, text);
-    QFETCH(QString, signal);
-    QFETCH(bool, initiallyChecked);
+    QFETCH(QStringList, expected);
     KivToolBar toolBar;
-    QAction* action = actionNamed(toolBar, text);
-    QSignalSpy spy(&toolBar, signal.toLatin1().constData());
-
-    action->trigger();
-    QCOMPARE(spy.count(), 1);
-    QCOMPARE(spy.at(0).at(0).toBool(), !initiallyChecked);
-    QCOMPARE(action->isChecked(), !initiallyChecked);
-
-    action->trigger();
-    QCOMPARE(spy.count(), 2);
-    QCOMPARE(spy.at(1).at(0).toBool(), initiallyChecked);
-}
-
-void TestToolBar::clearKeepsTimeBase()
-{
-    KivToolBar toolBar;
-    QSignalSpy spy(&toolBar, &KivToolBar::clearTriggered);
-    actionNamed(toolBar, QStringLiteral("Clear"))->trigger();
-    QCOMPARE(spy.count(), 1);
-    QCOMPARE(spy.at(0).at(0).toBool(), false);
+    SignalLog log(&toolBar);
+    actionNamed(toolBar, text)->trigger();
+    actionNamed(toolBar, text)->trigger();
+    QCOMPARE(log.entries, expected);
+    log.entries.clear();
     toolBar.clear(true);
-    QCOMPARE(spy.count(), 2);
-    QCOMPARE(spy.at(1).at(0).toBool(), true);
+    QCOMPARE(log.entries, QStringList{"clear(1)"});
 }
 
 void TestToolBar::zoomAndPanExcludeEachOther()
@@ -199,7 +146,6 @@ void TestToolBar::zoomAndPanExcludeEachOther()
     SignalLog log(&toolBar);
 
     pan->trigger();
-    QVERIFY(pan->isChecked());
     zoom->trigger();
     QVERIFY(zoom->isChecked());
     QVERIFY(!pan->isChecked());
@@ -207,12 +153,8 @@ void TestToolBar::zoomAndPanExcludeEachOther()
 
     log.entries.clear();
     toolBar.setPanningChecked(true);
-    QVERIFY(pan->isChecked());
-    QVERIFY(!zoom->isChecked());
-    QVERIFY(toolBar.isPanningChecked());
-    QVERIFY(!toolBar.isZoomingChecked());
+    QVERIFY(pan->isChecked() && !zoom->isChecked());
     QCOMPARE(log.entries, QStringList({"panning(1)"}));
-
     // Unchecking one leaves the other alone.
     toolBar.setZoomingChecked(false);
     QVERIFY(pan->isChecked());
@@ -225,23 +167,18 @@ void TestToolBar::fullFitWithAllSamplesDisablesZoomAndPan()
     QAction* pan = actionNamed(toolBar, QStringLiteral("Pan"));
     pan->trigger();
     toolBar.setAutoScaleMethod(KivAutoScaleMethod(2));
-    QVERIFY(pan->isChecked());
-    QVERIFY(pan->isEnabled());
+    QVERIFY(pan->isChecked() && pan->isEnabled());
 
     SignalLog log(&toolBar);
     actionNamed(toolBar, QStringLiteral("Show all samples"))->trigger();
-    QVERIFY(!pan->isEnabled());
-    QVERIFY(!pan->isChecked());
-    QVERIFY(!zoom->isEnabled());
-    QVERIFY(!zoom->isChecked());
+    QVERIFY(!pan->isEnabled() && !pan->isChecked());
+    QVERIFY(!zoom->isEnabled() && !zoom->isChecked());
     QCOMPARE(log.entries, QStringList({"allSamples(1)"}));
 
     // Expand to fit gives zoom and pan back, unchecked.
     autoScaleCombo(toolBar)->setCurrentIndex(1);
-    QVERIFY(pan->isEnabled());
-    QVERIFY(zoom->isEnabled());
-    QVERIFY(!pan->isChecked());
-    QVERIFY(!zoom->isChecked());
+    QVERIFY(pan->isEnabled() && !pan->isChecked());
+    QVERIFY(zoom->isEnabled() && !zoom->isChecked());
 
     // ... but only as far as the host allows them.
     toolBar.setAutoScaleMethod(KivAutoScaleMethod(2));
@@ -249,71 +186,48 @@ void TestToolBar::fullFitWithAllSamplesDisablesZoomAndPan()
     toolBar.setAllSamplesChecked(false);
     QVERIFY(pan->isEnabled());
     QVERIFY(!zoom->isEnabled());
-    QVERIFY(!toolBar.isZoomingChangeAllowed());
 }
 
-void TestToolBar::lockingPanUnchecksSilently()
+void TestToolBar::allowedFlagsEnableButtons()
 {
+    const std::pair<const char*, void (KivToolBar::*)(bool)> controls[] = {
+        {"Freeze", &KivToolBar::setFreezeChangeAllowed},
+        {"Legend", &KivToolBar::setLegendChangeAllowed},
+        {"Show Values", &KivToolBar::setMeasureChangeAllowed},
+        {"Show all samples", &KivToolBar::setAllSamplesChangeAllowed},
+        {"Equal Axes", &KivToolBar::setEqualAxesChangeAllowed},
+        {"Clear", &KivToolBar::setClearAllowed},
+        {"Zoom", &KivToolBar::setZoomingChangeAllowed},
+        {"Pan", &KivToolBar::setPanningChangeAllowed},
+        {"", &KivToolBar::setAutoScaleMethodChangeAllowed}, // the combo box
+    };
+    for (const auto& control : controls) {
+        KivToolBar toolBar;
+        for (bool allowed : {false, true}) {
+            (toolBar.*control.second)(allowed);
+            const bool enabled = *control.first
+                                     ? actionNamed(toolBar, control.first)->isEnabled()
+                                     : autoScaleCombo(toolBar)->isEnabled();
+            QVERIFY2(enabled == allowed, control.first);
+        }
+    }
+
+    // Locking a checked pan unchecks it without telling the graph.
     KivToolBar toolBar;
     QAction* pan = actionNamed(toolBar, QStringLiteral("Pan"));
     pan->trigger();
     QSignalSpy spy(&toolBar, &KivToolBar::panningTriggered);
     toolBar.setPanningChangeAllowed(false);
     QVERIFY(!pan->isChecked());
-    QVERIFY(!pan->isEnabled());
-    QVERIFY(!toolBar.isPanningChangeAllowed());
-    QCOMPARE(spy.count(), 0);
-
     toolBar.setPanningChangeAllowed(true);
-    QVERIFY(pan->isEnabled());
     QVERIFY(!pan->isChecked());
     QCOMPARE(spy.count(), 0);
-}
-
-void TestToolBar::allowedFlagsEnableButtons()
-{
-    using Setter = void (KivToolBar::*)(bool);
-    using Getter = bool (KivToolBar::*)() const;
-    const struct {
-        const char* text; // empty: the auto-scale combo box
-        Setter set;
-        Getter get;
-    } controls[] = {
-        {"Freeze", &KivToolBar::setFreezeChangeAllowed, &KivToolBar::isFreezeChangeAllowed},
-        {"Legend", &KivToolBar::setLegendChangeAllowed, &KivToolBar::isLegendChangeAllowed},
-        {"Show Values", &KivToolBar::setMeasureChangeAllowed, &KivToolBar::isMeasureChangeAllowed},
-        {"Show all samples", &KivToolBar::setAllSamplesChangeAllowed,
-         &KivToolBar::isAllSamplesChangeAllowed},
-        {"Equal Axes", &KivToolBar::setEqualAxesChangeAllowed,
-         &KivToolBar::isEqualAxesChangeAllowed},
-        {"Clear", &KivToolBar::setClearAllowed, &KivToolBar::isClearAllowed},
-        {"Zoom", &KivToolBar::setZoomingChangeAllowed, &KivToolBar::isZoomingChangeAllowed},
-        {"Pan", &KivToolBar::setPanningChangeAllowed, &KivToolBar::isPanningChangeAllowed},
-        {"", &KivToolBar::setAutoScaleMethodChangeAllowed,
-         &KivToolBar::isAutoScaleMethodChangeAllowed},
-    };
-    for (const auto& control : controls) {
-        KivToolBar toolBar;
-        const QString text = QLatin1String(control.text);
-        const auto enabled = [&]() {
-            return text.isEmpty() ? autoScaleCombo(toolBar)->isEnabled()
-                                  : actionNamed(toolBar, text)->isEnabled();
-        };
-        QVERIFY2((toolBar.*control.get)(), control.text);
-        (toolBar.*control.set)(false);
-        QVERIFY2(!(toolBar.*control.get)(), control.text);
-        QVERIFY2(!enabled(), control.text);
-        (toolBar.*control.set)(true);
-        QVERIFY2((toolBar.*control.get)(), control.text);
-        QVERIFY2(enabled(), control.text);
-    }
 }
 
 void TestToolBar::autoScaleMethodReported()
 {
     KivToolBar toolBar;
     QSignalSpy spy(&toolBar, &KivToolBar::autoScaleMethodTriggered);
-
     // A user's choice in the combo box is reported once.
     autoScaleCombo(toolBar)->setCurrentIndex(1);
     QCOMPARE(spy.count(), 1);
@@ -323,9 +237,7 @@ void TestToolBar::autoScaleMethodReported()
     spy.clear();
     toolBar.setAutoScaleMethod(KivAutoScaleMethod(2));
     QCOMPARE(spy.count(), 2);
-    QCOMPARE(int(toolBar.getAutoScaleMethod()), 2);
     QCOMPARE(autoScaleCombo(toolBar)->currentIndex(), 2);
-
     // Setting the same method still reports it once.
     spy.clear();
     toolBar.setAutoScaleMethod(KivAutoScaleMethod(2));
@@ -336,26 +248,17 @@ void TestToolBar::emitAllStatesOrder_data()
 {
     QTest::addColumn<bool>("zoom");
     QTest::addColumn<bool>("pan");
-    QTest::addColumn<QStringList>("expected");
-    QTest::newRow("zoom checked") << true << false
-                                  << QStringList{"freeze(1)", "autoScale(1)", "zooming(1)",
-                                                 "allSamples(0)", "equalAxes(1)", "legend(0)",
-                                                 "measure(1)"};
-    QTest::newRow("pan checked") << false << true
-                                 << QStringList{"freeze(1)", "autoScale(1)", "panning(1)",
-                                                "allSamples(0)", "equalAxes(1)", "legend(0)",
-                                                "measure(1)"};
-    QTest::newRow("neither") << false << false
-                             << QStringList{"freeze(1)", "autoScale(1)", "panning(0)",
-                                            "allSamples(0)", "equalAxes(1)", "legend(0)",
-                                            "measure(1)"};
+    QTest::addColumn<QString>("control"); // the one zoom/pan entry that is sent
+    QTest::newRow("zoom checked") << true << false << "zooming(1)";
+    QTest::newRow("pan checked") << false << true << "panning(1)";
+    QTest::newRow("neither") << false << false << "panning(0)";
 }
 
 void TestToolBar::emitAllStatesOrder()
 {
     QFETCH(bool, zoom);
     QFETCH(bool, pan);
-    QFETCH(QStringList, expected);
+    QFETCH(QString, control);
     KivToolBar toolBar;
     toolBar.setFreezeChecked(true);
     toolBar.setAutoScaleMethod(KivAutoScaleMethod(1));
@@ -367,21 +270,24 @@ void TestToolBar::emitAllStatesOrder()
 
     SignalLog log(&toolBar);
     toolBar.emitAllStates();
-    QCOMPARE(log.entries, expected);
+    QCOMPARE(log.entries, QStringList({"freeze(1)", "autoScale(1)", control, "allSamples(0)",
+                                       "equalAxes(1)", "legend(0)", "measure(1)"}));
 }
 
-void TestToolBar::layoutSelectorIsLazy()
+void TestToolBar::hiddenLayoutSelector()
 {
+    // The spin boxes are made when first shown; a tool bar that is not on screen never reports.
     KivToolBar toolBar;
-    QVERIFY(toolBar.findChildren<QSpinBox*>().isEmpty());
+    QSignalSpy spy(&toolBar, &KivToolBar::layoutSelectionChanged);
     toolBar.showLayoutSelection(false, 2, 2);
     QVERIFY(toolBar.findChildren<QSpinBox*>().isEmpty());
     QVERIFY(!toolBar.isLayoutSelectionShown());
-    toolBar.showLayoutSelection(true, 2, 2);
-    QCOMPARE(toolBar.findChildren<QSpinBox*>().size(), 2);
+    toolBar.showLayoutSelection(true, 3, 4);
     toolBar.showLayoutSelection(false, 2, 2);
-    toolBar.showLayoutSelection(true, 2, 2);
+    toolBar.showLayoutSelection(true, 3, 4);
     QCOMPARE(toolBar.findChildren<QSpinBox*>().size(), 2);
+    QCOMPARE(spinBox(toolBar, QStringLiteral("Rows"))->value(), 3);
+    QCOMPARE(spy.count(), 0);
 }
 
 void TestToolBar::layoutSelectorEmission()
@@ -396,11 +302,9 @@ void TestToolBar::layoutSelectorEmission()
     QCOMPARE(spy.count(), 1);
     QCOMPARE(spy.at(0), QVariantList({3, 4}));
     QVERIFY(toolBar.isLayoutSelectionShown());
-
     QSpinBox* rows = spinBox(toolBar, QStringLiteral("Rows"));
     QSpinBox* columns = spinBox(toolBar, QStringLiteral("Columns"));
     QVERIFY(rows && columns);
-    QCOMPARE(rows->value(), 3);
     QCOMPARE(columns->value(), 4);
     QVERIFY(rows->isVisible());
     QVERIFY(toolBar.findChild<QLabel*>(QString())->isVisible());
@@ -416,44 +320,16 @@ void TestToolBar::layoutSelectorEmission()
     QCOMPARE(spy.at(0), QVariantList({1, 1}));
     QVERIFY(!toolBar.isLayoutSelectionShown());
     QVERIFY(!rows->isVisible());
-
     // A hidden selector never reports.
     spy.clear();
     columns->setValue(6);
     QCOMPARE(spy.count(), 0);
 
-    // Showing it again reports the new choice.
-    toolBar.showLayoutSelection(true, 2, 3);
-    QVERIFY(spy.count() >= 1);
-    QCOMPARE(spy.last(), QVariantList({2, 3}));
-    QVERIFY(toolBar.isLayoutSelectionShown());
-}
-
-void TestToolBar::layoutSelectorRange()
-{
-    KivToolBar toolBar;
-    toolBar.resize(900, 40);
-    toolBar.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&toolBar));
-    QSignalSpy spy(&toolBar, &KivToolBar::layoutSelectionChanged);
+    // Showing it again reports the new choice, clamped to 1..10.
     toolBar.showLayoutSelection(true, 20, 0);
-    QCOMPARE(spy.count(), 1);
-    QCOMPARE(spy.at(0), QVariantList({10, 1}));
-
-    QSpinBox* rows = spinBox(toolBar, QStringLiteral("Rows"));
-    QCOMPARE(rows->minimum(), 1);
-    QCOMPARE(rows->maximum(), 10);
-    QCOMPARE(rows->singleStep(), 1);
-    QCOMPARE(rows->width(), 35);
-}
-
-void TestToolBar::hiddenToolBarDoesNotReportLayout()
-{
-    KivToolBar toolBar;
-    QSignalSpy spy(&toolBar, &KivToolBar::layoutSelectionChanged);
-    toolBar.showLayoutSelection(true, 3, 4);
-    QCOMPARE(spy.count(), 0);
-    QCOMPARE(spinBox(toolBar, QStringLiteral("Rows"))->value(), 3);
+    QVERIFY(spy.count() >= 1);
+    QCOMPARE(spy.last(), QVariantList({10, 1}));
+    QVERIFY(toolBar.isLayoutSelectionShown());
 }
 
 QTEST_MAIN(TestToolBar)
