@@ -91,7 +91,6 @@ class TestGraphWidget : public QObject
     Q_OBJECT
 
 private slots:
-    void gridFollowsLegendLayout_data();
     void gridFollowsLegendLayout();
     void labelsShowWithText();
     void yLabelMovesTitle();
@@ -99,44 +98,31 @@ private slots:
     void allowedFlagsSilenceSetters();
     void legendShownOnlyWithText();
     void seriesKeepLegendInStep();
-    void seriesVisibility();
-    void setDataExclusive_data();
     void setDataExclusive();
-    void forwardsToGraph();
-    void wheelAndPanningReachHost();
+    void hostInput();
     void toolBarConnectsNineSignals();
-    void lockedGraphIgnoresToolBar();
-    void fullFitWithAllSamplesStopsZoom();
+    void lockedGraphAndFullFitStopToolBar();
     void screenshot_data();
     void screenshot();
 };
 
-void TestGraphWidget::gridFollowsLegendLayout_data()
-{
-    QTest::addColumn<int>("layout");
-    QTest::addColumn<QVector<int>>("legendCell");
-    QTest::addColumn<QVector<int>>("graphCell");
-    QTest::addColumn<QVector<int>>("yLabelCell");
-    QTest::newRow("above") << int(LegendAbove) << QVector<int>{1, 1, 1, 1}
-                           << QVector<int>{2, 1, 1, 1} << QVector<int>{2, 0, 1, 1};
-    QTest::newRow("right") << int(LegendRight) << QVector<int>{1, 2, 1, 1}
-                           << QVector<int>{1, 1, 1, 1} << QVector<int>{1, 0, 1, 1};
-    QTest::newRow("none") << 9 << QVector<int>{-1, -1, -1, -1} << QVector<int>{1, 1, 1, 1}
-                          << QVector<int>{1, 0, 1, 1};
-}
-
 void TestGraphWidget::gridFollowsLegendLayout()
 {
-    QFETCH(int, layout);
-    W widget;
-    widget.setLegendLayout(LegendRight);
-    widget.setLegendLayout(KivLegendLayout(layout));
-    QTEST(cellOf(widget, widget.legend()), "legendCell");
-    QTEST(cellOf(widget, widget.graph()), "graphCell");
-    QTEST(cellOf(widget, findLabel(widget, QString(), true)), "yLabelCell");
-    // The rebuilt grid keeps every widget alive and parented.
-    QCOMPARE(widget.legend()->parentWidget(), &widget);
-    QCOMPARE(widget.graph()->parentWidget(), &widget);
+    // Legend, graph and y label cells (row, column, spans) per layout; 9 is no layout.
+    const struct { int layout; QVector<int> legend, graph, yLabel; } cases[] = {
+        {LegendAbove, {1, 1, 1, 1}, {2, 1, 1, 1}, {2, 0, 1, 1}},
+        {LegendRight, {1, 2, 1, 1}, {1, 1, 1, 1}, {1, 0, 1, 1}},
+        {9, {-1, -1, -1, -1}, {1, 1, 1, 1}, {1, 0, 1, 1}},
+    };
+    for (const auto& c : cases) {
+        W widget;
+        widget.setLegendLayout(LegendRight);
+        widget.setLegendLayout(KivLegendLayout(c.layout));
+        QCOMPARE(cellOf(widget, widget.legend()), c.legend);
+        QCOMPARE(cellOf(widget, widget.graph()), c.graph);
+        QCOMPARE(cellOf(widget, findLabel(widget, QString(), true)), c.yLabel);
+        QCOMPARE(widget.legend()->parentWidget(), &widget); // rebuilt grid keeps it alive
+    }
 }
 
 void TestGraphWidget::labelsShowWithText()
@@ -192,17 +178,9 @@ void TestGraphWidget::zoomAndPanExcludeEachOther()
     widget.setPanningChecked(false); // unchecking one leaves the other alone
     QCOMPARE(state(), KivGraph::ControlZoom);
     widget.setPanningChecked(true);
-    QCOMPARE(state(), KivGraph::ControlPan);
-    widget.setZoomingChecked(false);
-    QCOMPARE(state(), KivGraph::ControlPan);
-    // Locked pan cannot be switched off.
-    widget.setPanningChangeAllowed(false);
+    widget.setPanningChangeAllowed(false); // locked pan cannot be switched off
     widget.setPanningChecked(false);
     QCOMPARE(state(), KivGraph::ControlPan);
-    widget.setPanningChecked(true);
-    widget.setPanningChangeAllowed(true);
-    widget.setPanningChecked(false);
-    QCOMPARE(state(), KivGraph::ControlNone);
 }
 
 void TestGraphWidget::allowedFlagsSilenceSetters()
@@ -278,41 +256,17 @@ void TestGraphWidget::seriesKeepLegendInStep()
     const auto boxes = [&]() { return widget.legend()->findChildren<QCheckBox*>(); };
     KivDataSet* a = widget.addDataSet(0, Qt::red, 50);
     KivDataSet* b = widget.addDataSet(0x1, QColor(0, 0, 255, 100), 50);
-    QCOMPARE(widget.dataSetCount(), 2);
     QCOMPARE(widget.dataSet(1), b);
-    QVERIFY(!widget.dataSet(2));
-    QVERIFY(!widget.dataSet(~0ul));
+    QVERIFY(!widget.dataSet(2) && !widget.dataSet(~0ul));
     QCOMPARE(b->dimensions(), 2);
     QCOMPARE(b->getColor(), QColor(0, 0, 255)); // drawn opaque
     QCOMPARE(boxes().size(), 2);
 
-    widget.removeDataSet(a);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(!widget.hasDataSet(a));
-    QCOMPARE(boxes().size(), 1);
-    b->setLabel(QStringLiteral("level"));
-    QCOMPARE(boxes().at(0)->text(), QStringLiteral("level"));
-
-    // Removing all series empties the legend as well.
-    addLabelledSeries(widget);
-    widget.removeDataSet(nullptr);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QCOMPARE(widget.dataSetCount(), 0);
-    QVERIFY(boxes().isEmpty());
-    QVERIFY(!widget.legend()->hasText());
-}
-
-void TestGraphWidget::seriesVisibility()
-{
-    W widget;
-    KivDataSet* set = widget.addDataSet(0, Qt::red, 50);
-    QCheckBox* box = widget.legend()->findChild<QCheckBox*>();
-    widget.setDataSetVisible(set, false);
-    QVERIFY(!set->isVisible() && !box->isChecked() && !widget.isDataSetVisible(set));
-    box->click();
-    QVERIFY(set->isVisible() && widget.isDataSetVisible(set));
-
-    // A series added behind the legend's back still switches.
+    // Visibility both ways, also for a series added behind the legend's back.
+    widget.setDataSetVisible(a, false);
+    QVERIFY(!a->isVisible() && !boxes().at(0)->isChecked() && !widget.isDataSetVisible(a));
+    boxes().at(0)->click();
+    QVERIFY(a->isVisible() && widget.isDataSetVisible(a));
     KivDataSet* direct = widget.graph()->addDataSet(0, Qt::blue, 50);
     widget.setDataSetVisible(direct, false);
     QVERIFY(!direct->isVisible());
@@ -320,76 +274,47 @@ void TestGraphWidget::seriesVisibility()
     W other;
     KivDataSet* foreign = other.addDataSet(0, Qt::green, 50);
     widget.setDataSetVisible(foreign, false);
-    QVERIFY(foreign->isVisible());
-    QVERIFY(!widget.isDataSetVisible(foreign));
+    QVERIFY(foreign->isVisible() && !widget.isDataSetVisible(foreign));
     QVERIFY(!widget.isDataSetVisible(nullptr));
-}
 
-void TestGraphWidget::setDataExclusive_data()
-{
-    QTest::addColumn<unsigned long>("set");
-    QTest::addColumn<bool>("exclusive");
-    QTest::addColumn<QVector<double>>("expected");
-    QTest::newRow("exclusive middle") << 1ul << true << QVector<double>{0.0, 3.0, 0.0};
-    QTest::newRow("exclusive first") << 0ul << true << QVector<double>{3.0, 0.0, 0.0};
-    QTest::newRow("plain") << 2ul << false << QVector<double>{5.0, 105.0, 3.0};
-    QTest::newRow("plain, no such set") << 7ul << false << QVector<double>{5.0, 105.0, 205.0};
-    QTest::newRow("exclusive, no such set") << 7ul << true << QVector<double>{0.0, 0.0, 0.0};
+    widget.removeDataSet(a);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!widget.hasDataSet(a));
+    QCOMPARE(boxes().size(), 1);
+    b->setLabel(QStringLiteral("level"));
+    QCOMPARE(boxes().at(0)->text(), QStringLiteral("level"));
+    // Removing all series empties the legend as well.
+    widget.removeDataSet(nullptr);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCOMPARE(widget.dataSetCount(), 0);
+    QVERIFY(boxes().isEmpty() && !widget.legend()->hasText());
 }
 
 void TestGraphWidget::setDataExclusive()
 {
-    QFETCH(unsigned long, set);
-    QFETCH(bool, exclusive);
-    QFETCH(QVector<double>, expected);
-    W widget;
-    for (int j = 0; j < 3; ++j) {
-        KivDataSet* series = widget.addDataSet(0, Qt::red, 20);
-        for (int i = 0; i < 10; ++i)
-            series->addData(100.0 * j + i);
-        series->freeze(true); // moves the queued samples to the drawn side that setData edits
-        series->freeze(false);
-    }
-    widget.setData(set, 5, 3.0, exclusive);
-    for (int j = 0; j < 3; ++j) {
-        QCOMPARE(sampleAt(widget.dataSet(j), 5), expected.at(j));
-        QCOMPARE(sampleAt(widget.dataSet(j), 4), 100.0 * j + 4);
+    // Set 5 of one series to 3; exclusive zeroes it in the others. 7 is no such series.
+    const struct { unsigned long set; bool exclusive; QVector<double> expected; } cases[] = {
+        {1, true, {0, 3, 0}},  {0, true, {3, 0, 0}}, {2, false, {5, 105, 3}},
+        {7, false, {5, 105, 205}}, {7, true, {0, 0, 0}},
+    };
+    for (const auto& c : cases) {
+        W widget;
+        for (int j = 0; j < 3; ++j) {
+            KivDataSet* series = widget.addDataSet(0, Qt::red, 20);
+            for (int i = 0; i < 10; ++i)
+                series->addData(100.0 * j + i);
+            series->freeze(true); // moves the queued samples to the drawn side that setData edits
+            series->freeze(false);
+        }
+        widget.setData(c.set, 5, 3.0, c.exclusive);
+        for (int j = 0; j < 3; ++j) {
+            QCOMPARE(sampleAt(widget.dataSet(j), 5), c.expected.at(j));
+            QCOMPARE(sampleAt(widget.dataSet(j), 4), 100.0 * j + 4);
+        }
     }
 }
 
-void TestGraphWidget::forwardsToGraph()
-{
-    W widget;
-    KivGraph* graph = widget.graph();
-    widget.setBackgroundColor(QColor(255, 0, 51));
-    QCOMPARE(graph->backgroundColor(), QColor::fromRgbF(1.0, 0.0, 0.2));
-    widget.setAxisLimits('y', -50.0, 50.0);
-    QCOMPARE(graph->axisInfo(1).limitMax, 50.0);
-    widget.setAxisStyle('y', KivAxisStyleFlags(KivAxisStyleNoLabels) | KivAxisStyleZeroLine);
-    QCOMPARE(graph->axisInfo(1).style, 0x41ul);
-    widget.setAxisLink(3);
-    QCOMPARE(graph->axisLink(), 1);
-
-    KivDataSet* set = widget.addDataSet(0, Qt::red, 100);
-    widget.setTime(0.5, 12.0);
-    double interval = 0, time = 0;
-    set->getTime(interval, time);
-    QCOMPARE(QPointF(interval, time), QPointF(0.5, 12.0));
-    for (int i = 0; i < 10; ++i)
-        set->addData(i);
-    QCOMPARE(widget.setScopeOffset(4), 0l);
-    QCOMPARE(set->getScopeOffset(), 4l);
-
-    // Widget pixels map to -1..1 over the graph, not clamped outside it.
-    widget.resize(300, 200);
-    QPointF pos;
-    widget.pointToGraphPos(QPoint(0, 0), pos);
-    QCOMPARE(pos, QPointF(-1.0, 1.0));
-    widget.pointToGraphPos(QPoint(graph->width() * 2, graph->height()), pos);
-    QCOMPARE(pos, QPointF(3.0, -1.0));
-}
-
-void TestGraphWidget::wheelAndPanningReachHost()
+void TestGraphWidget::hostInput()
 {
     WheelCatcher parent;
     auto* widget = new W(&parent);
@@ -411,6 +336,18 @@ void TestGraphWidget::wheelAndPanningReachHost()
     emit widget->graph()->panning(Qt::RightButton, 3, -4, 0.25, -0.5);
     QCOMPARE(panned.value(0), QVariantList({int(Qt::RightButton), 3, -4, 0.25, -0.5}));
     QCOMPARE(panned.size(), 1);
+
+    // Widget pixels map to -1..1 over the graph, not clamped outside it.
+    const KivGraph* graph = widget->graph();
+    QPointF pos;
+    widget->pointToGraphPos(QPoint(0, 0), pos);
+    QCOMPARE(pos, QPointF(-1.0, 1.0));
+    widget->pointToGraphPos(QPoint(graph->width() * 2, graph->height()), pos);
+    QCOMPARE(pos, QPointF(3.0, -1.0));
+    widget->setAxisLimits('y', -50.0, 50.0);
+    QCOMPARE(graph->axisInfo(1).limitMax, 50.0);
+    widget->setBackgroundColor(QColor(255, 0, 51));
+    QCOMPARE(graph->backgroundColor(), QColor::fromRgbF(1.0, 0.0, 0.2));
 }
 
 void TestGraphWidget::toolBarConnectsNineSignals()
@@ -454,46 +391,40 @@ void TestGraphWidget::toolBarConnectsNineSignals()
     QVERIFY(!toolBar.isFreezeChecked());
 }
 
-void TestGraphWidget::lockedGraphIgnoresToolBar()
+void TestGraphWidget::lockedGraphAndFullFitStopToolBar()
 {
     KivToolBar toolBar;
     W widget;
     KivDataSet* set = addLabelledSeries(widget);
     connectToolbarToGraph(&toolBar, &widget);
+    QComboBox* autoScale = toolBar.findChild<QComboBox*>();
+    const auto state = [&]() { return widget.graph()->getControlState(); };
+    // Full fit with all samples stops zooming in the graph; expanding hands zoom back.
+    actionNamed(toolBar, "Zoom")->trigger();
+    QCOMPARE(state(), KivGraph::ControlZoom);
+    actionNamed(toolBar, "Show all samples")->trigger();
+    autoScale->setCurrentIndex(2);
+    QCOMPARE(state(), KivGraph::ControlNone);
+    autoScale->setCurrentIndex(1);
+    actionNamed(toolBar, "Zoom")->trigger();
+    QCOMPARE(state(), KivGraph::ControlZoom);
+
+    // A graph that locks a control ignores the tool bar for it.
     widget.setZoomingChangeAllowed(false);
     widget.setClearAllowed(false);
     widget.setAutoScaleMethodChangeAllowed(false);
     actionNamed(toolBar, "Zoom")->trigger();
     actionNamed(toolBar, "Clear")->trigger();
-    toolBar.findChild<QComboBox*>()->setCurrentIndex(1);
-    QCOMPARE(widget.graph()->getControlState(), KivGraph::ControlNone);
+    autoScale->setCurrentIndex(2);
+    QCOMPARE(state(), KivGraph::ControlZoom);
     QCOMPARE(set->getItemCount(), 1ul);
-    QCOMPARE(int(widget.graph()->getAutoScaleMethod()), 0);
-
+    QCOMPARE(int(widget.graph()->getAutoScaleMethod()), 1);
     widget.setClearAllowed(true);
     widget.setAutoScaleMethodChangeAllowed(true);
     actionNamed(toolBar, "Clear")->trigger();
-    toolBar.findChild<QComboBox*>()->setCurrentIndex(2);
+    autoScale->setCurrentIndex(0);
     QCOMPARE(set->getItemCount(), 0ul);
-    QCOMPARE(int(widget.graph()->getAutoScaleMethod()), 2);
-}
-
-void TestGraphWidget::fullFitWithAllSamplesStopsZoom()
-{
-    KivToolBar toolBar;
-    W widget;
-    widget.addDataSet(0, Qt::red, 100);
-    connectToolbarToGraph(&toolBar, &widget);
-    actionNamed(toolBar, "Zoom")->trigger();
-    actionNamed(toolBar, "Show all samples")->trigger();
-    toolBar.findChild<QComboBox*>()->setCurrentIndex(2);
-    QVERIFY(!actionNamed(toolBar, "Zoom")->isEnabled());
-    QCOMPARE(widget.graph()->getControlState(), KivGraph::ControlNone);
-
-    // Expanding again hands zoom back to the user.
-    toolBar.findChild<QComboBox*>()->setCurrentIndex(1);
-    actionNamed(toolBar, "Zoom")->trigger();
-    QCOMPARE(widget.graph()->getControlState(), KivGraph::ControlZoom);
+    QCOMPARE(int(widget.graph()->getAutoScaleMethod()), 0);
 }
 
 void TestGraphWidget::screenshot_data()
