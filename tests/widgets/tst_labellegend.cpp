@@ -1,5 +1,4 @@
 // The tilted label and the legend as a user sees them.
-#include <QBoxLayout>
 #include <QCheckBox>
 #include <QPointer>
 #include <QtTest>
@@ -17,28 +16,6 @@ namespace {
 bool isInk(const QImage& image, int x, int y)
 {
     return image.valid(x, y) && qGray(image.pixel(x, y)) < 128;
-}
-
-// Fraction of the ink pixels of a that have ink at the same place in b, at the best of
-// small shifts (rotation about the centre may land a pixel off).
-double inkOverlap(const QImage& a, const QImage& b)
-{
-    double best = 0;
-    for (int dy = -2; dy <= 2; ++dy) {
-        for (int dx = -2; dx <= 2; ++dx) {
-            int ink = 0, hit = 0;
-            for (int y = 0; y < a.height(); ++y) {
-                for (int x = 0; x < a.width(); ++x) {
-                    if (isInk(a, x, y)) {
-                        ++ink;
-                        hit += isInk(b, x + dx, y + dy);
-                    }
-                }
-            }
-            best = std::max(best, ink ? double(hit) / ink : 0.0);
-        }
-    }
-    return best;
 }
 
 QImage grabLabel(KivLabel::TextTilt tilt, const QSize& size)
@@ -87,8 +64,6 @@ private slots:
     void legendHasText();
     void boxFollowsSeries();
     void tickingFollowsVisibility();
-    void removedSeriesLosesItsBox();
-    void layoutStacksInAddressOrder_data();
     void layoutStacksInAddressOrder();
 };
 
@@ -117,39 +92,38 @@ void TestLabelLegend::labelPaintsRotatedText()
 {
     QFETCH(int, tilt);
     QFETCH(QPoint, start);
+    // The same text drawn plain, then turned by the tilt, is what the tilted label shows:
+    // nearly every ink pixel of one has ink within a pixel in the other.
     const QSize size(161, 31);
-    // The same text drawn plain, then turned by the tilt, is what the tilted label shows.
-    const QImage expected =
-        grabLabel(KivLabel::TiltNone, size).transformed(QTransform().rotate(tilt));
     const QImage actual = grabLabel(KivLabel::TextTilt(tilt), tilt ? size.transposed() : size);
-    QCOMPARE(actual.size(), expected.size());
-    QVERIFY2(inkOverlap(actual, expected) > 0.8, "tilted text differs from the turned text");
-    QVERIFY(inkOverlap(expected, actual) > 0.8);
-
-    // The ink centroid lies towards the heavy start of the text.
+    const QImage turned = grabLabel(KivLabel::TiltNone, size).transformed(QTransform().rotate(tilt));
+    QCOMPARE(actual.size(), turned.size());
+    int ink = 0, matched = 0, turnedInk = 0;
     double sx = 0, sy = 0;
-    int n = 0;
     for (int y = 0; y < actual.height(); ++y) {
         for (int x = 0; x < actual.width(); ++x) {
-            if (isInk(actual, x, y)) {
-                sx += x - actual.width() / 2.0;
-                sy += y - actual.height() / 2.0;
-                ++n;
-            }
+            turnedInk += isInk(turned, x, y);
+            if (!isInk(actual, x, y))
+                continue;
+            ++ink;
+            sx += x - actual.width() / 2.0;
+            sy += y - actual.height() / 2.0;
+            bool near = false;
+            for (int d = 0; d < 9 && !near; ++d)
+                near = isInk(turned, x + d % 3 - 1, y + d / 3 - 1);
+            matched += near;
         }
     }
-    QVERIFY(n > 0);
-    QVERIFY2(sx / n * start.x() + sy / n * start.y() > 5, "text reads the wrong way");
-
-    if (qEnvironmentVariableIsSet("KIV_TEST_OUTPUT_DIR")) {
-        actual.save(QDir(qEnvironmentVariable("KIV_TEST_OUTPUT_DIR"))
-                        .filePath(QStringLiteral("kivlabel-tilt%1.png").arg(tilt)));
-    }
+    QVERIFY(ink > 50);
+    QVERIFY2(matched > 0.9 * ink, "tilted text differs from the turned text");
+    QVERIFY(qAbs(turnedInk - ink) < 0.2 * ink);
+    // The ink centroid lies towards the heavy start of the text.
+    QVERIFY2(sx / ink * start.x() + sy / ink * start.y() > 5, "text reads the wrong way");
 }
 
 void TestLabelLegend::legendHasText()
 {
-    // The legend has text once any of its series has a label.
+    // The legend has text once any of its series has a label; a removed series takes it away.
     const std::pair<QStringList, bool> cases[] = {
         {{}, false}, {{"", ""}, false}, {{"", "pressure"}, true}, {{"a", "b"}, true}};
     for (const auto& c : cases) {
@@ -161,6 +135,9 @@ void TestLabelLegend::legendHasText()
         }
         QCOMPARE(legend.findChildren<QCheckBox*>().size(), c.first.size());
         QCOMPARE(legend.hasText(), c.second);
+        for (auto& set : sets)
+            legend.removeDataSet(set.get());
+        QVERIFY(!legend.hasText());
     }
 }
 
@@ -172,11 +149,9 @@ void TestLabelLegend::boxFollowsSeries()
     hidden->setVisible(false);
     legend.addDataSet(set.get());
     legend.addDataSet(hidden.get());
-    QCheckBox* box = boxWithText(legend, QStringLiteral("before"));
+    QPointer<QCheckBox> box = boxWithText(legend, QStringLiteral("before"));
     QCheckBox* other = boxWithText(legend, QStringLiteral("hidden"));
-    QVERIFY(box && other);
-    QVERIFY(box->isChecked());
-    QVERIFY(!other->isChecked());
+    QVERIFY(box->isChecked() && !other->isChecked());
     QCOMPARE(iconColour(box), QColor(0, 0, 255));
     QCOMPARE(iconColour(other), QColor(0, 160, 0));
 
@@ -186,12 +161,20 @@ void TestLabelLegend::boxFollowsSeries()
     QCOMPARE(iconColour(box), QColor(10, 200, 30));
     QCOMPARE(other->text(), QStringLiteral("hidden"));
     QCOMPARE(iconColour(other), QColor(0, 160, 0));
-
     // Called directly, not as a series' signal: ignored.
     legend.updateLabel(QStringLiteral("stray"));
     legend.updateColor(Qt::black);
     QVERIFY(!boxWithText(legend, QStringLiteral("stray")));
     QCOMPARE(iconColour(box), QColor(10, 200, 30));
+
+    // A removed series loses its box and later reaches none; removing twice is harmless.
+    legend.removeDataSet(set.get());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(box.isNull());
+    set->setLabel(QStringLiteral("renamed"));
+    legend.removeDataSet(set.get());
+    legend.removeDataSet(nullptr);
+    QCOMPARE(legend.findChildren<QCheckBox*>(), QList<QCheckBox*>{other});
 }
 
 void TestLabelLegend::tickingFollowsVisibility()
@@ -201,7 +184,6 @@ void TestLabelLegend::tickingFollowsVisibility()
     legend.addDataSet(set.get());
     QCheckBox* box = boxWithText(legend, QStringLiteral("flow"));
     QSignalSpy repaint(set.get(), &KivDataSet::needUpdate);
-
     box->click();
     QVERIFY(!set->isVisible());
     QVERIFY(repaint.count() >= 1);
@@ -212,44 +194,15 @@ void TestLabelLegend::tickingFollowsVisibility()
     QVERIFY(!box->isChecked() && !set->isVisible());
     legend.setDataSetVisible(set.get(), true);
     QVERIFY(box->isChecked() && set->isVisible());
-
     // A series the legend does not know is left alone.
     auto stranger = makeSet(QStringLiteral("other"));
     legend.setDataSetVisible(stranger.get(), false);
     QVERIFY(stranger->isVisible());
 }
 
-void TestLabelLegend::removedSeriesLosesItsBox()
-{
-    KivLegend legend;
-    auto set = makeSet(QStringLiteral("flow"));
-    legend.addDataSet(set.get());
-    QPointer<QCheckBox> box = boxWithText(legend, QStringLiteral("flow"));
-    legend.removeDataSet(set.get());
-    QVERIFY(!legend.hasText());
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(box.isNull());
-
-    // Later changes of the series reach no box; removing twice is harmless.
-    set->setLabel(QStringLiteral("renamed"));
-    legend.removeDataSet(set.get());
-    legend.removeDataSet(nullptr);
-    QVERIFY(legend.findChildren<QCheckBox*>().isEmpty());
-}
-
-void TestLabelLegend::layoutStacksInAddressOrder_data()
-{
-    QTest::addColumn<int>("layout");
-    QTest::addColumn<bool>("vertical");
-    QTest::newRow("right") << int(LegendRight) << true;
-    QTest::newRow("above") << int(LegendAbove) << false;
-    QTest::newRow("outside the grid") << 5 << false;
-}
-
 void TestLabelLegend::layoutStacksInAddressOrder()
 {
-    QFETCH(int, layout);
-    QFETCH(bool, vertical);
+    // Added in reverse address order; shown in address order, stacked only for LegendRight.
     std::vector<std::unique_ptr<KivDataSet>> sets;
     std::vector<KivDataSet*> byAddress;
     for (int i = 0; i < 4; ++i) {
@@ -257,21 +210,22 @@ void TestLabelLegend::layoutStacksInAddressOrder()
         byAddress.push_back(sets.back().get());
     }
     std::sort(byAddress.begin(), byAddress.end());
-    // Added in reverse address order; shown in address order.
-    KivLegend legend;
-    for (auto it = byAddress.rbegin(); it != byAddress.rend(); ++it)
-        legend.addDataSet(*it);
-    legend.setLegendLayout(KivLegendLayout(layout));
-    legend.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&legend));
-
-    const QPoint first = boxWithText(legend, byAddress.front()->getLabel())->pos();
-    int previous = -1;
-    for (KivDataSet* set : byAddress) {
-        const QPoint at = boxWithText(legend, set->getLabel())->pos();
-        QVERIFY((vertical ? at.y() : at.x()) > previous);
-        QCOMPARE(vertical ? at.x() : at.y(), vertical ? first.x() : first.y());
-        previous = vertical ? at.y() : at.x();
+    for (int layout : {int(LegendRight), int(LegendAbove), 5}) {
+        KivLegend legend;
+        for (auto it = byAddress.rbegin(); it != byAddress.rend(); ++it)
+            legend.addDataSet(*it);
+        legend.setLegendLayout(KivLegendLayout(layout));
+        legend.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&legend));
+        QPoint previous(-1, -1);
+        for (KivDataSet* set : byAddress) {
+            QPoint at = boxWithText(legend, set->getLabel())->pos();
+            if (layout == LegendRight)
+                at = at.transposed(); // rows become columns
+            QVERIFY(at.x() > previous.x());
+            QVERIFY(previous.y() < 0 || at.y() == previous.y());
+            previous = at;
+        }
     }
 }
 
