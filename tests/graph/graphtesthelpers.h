@@ -1,28 +1,17 @@
 #ifndef KIV_GRAPHTESTHELPERS_H
 #define KIV_GRAPHTESTHELPERS_H
 
-// Shared pieces of the graph tests: a graph that opens its protected hooks, and helpers to
-// give a series known extents and to look at pictures.
+// Shared pieces of the graph tests: a graph that opens its protected hooks, axes with known
+// ranges and helpers to look at pictures.
 
 #include "kiv_dataset.h"
 #include "kiv_graph.h"
 
 #include <QDir>
 #include <QImage>
-#include <QtGlobal>
-
-#if defined(__SANITIZE_ADDRESS__)
-#include <dlfcn.h>
-#endif
+#include <QtTest>
 
 namespace graphtest {
-
-#if defined(__SANITIZE_ADDRESS__)
-// Mesa's driver is unloaded before the leak check runs, which leaves its own allocations
-// attributed to an unknown module. Keeping it mapped lets lsan.supp name it.
-inline const bool driverKeptLoaded =
-    dlopen("/usr/lib/x86_64-linux-gnu/dri/swrast_dri.so", RTLD_LAZY | RTLD_NODELETE) != nullptr;
-#endif
 
 class TestGraph : public KivGraph
 {
@@ -30,13 +19,8 @@ public:
     using KivGraph::KivGraph;
     using KivGraph::applyScaleLimits;
     using KivGraph::drawBackground;
-    using KivGraph::drawHorizontalScrollBar;
-    using KivGraph::drawSelectionRectangle;
-    using KivGraph::drawVerticalScrollBar;
-    using KivGraph::forceScheduleUpdate;
-    using KivGraph::updateGridScale;
 
-    int frames = 0; //!< paintGL calls so far
+    int frames = 0; // paintGL calls so far
 
 protected:
     void paintGL() override
@@ -46,53 +30,50 @@ protected:
     }
 };
 
-inline QList<KivAxisInfo> defaultAxes()
+// Shows the graph at w x h pixels; false if the window never became exposed.
+inline bool showAt(TestGraph& g, int w, int h)
 {
-    return { KivAxisInfo(), KivAxisInfo(), KivAxisInfo() };
+    g.resize(w, h);
+    g.show();
+    return QTest::qWaitForWindowExposed(&g);
 }
 
-inline QList<KivAxisInfo> axesWith(double xMin, double xMax, double yMin, double yMax)
+// Axes x, y, z with the visible ranges x min, x max, y min, y max.
+inline QList<KivAxisInfo> axesWith(const QList<double>& r)
 {
-    QList<KivAxisInfo> axes = defaultAxes();
-    axes[0].scaleMin = xMin;
-    axes[0].scaleMax = xMax;
-    axes[1].scaleMin = yMin;
-    axes[1].scaleMax = yMax;
+    QList<KivAxisInfo> axes = { KivAxisInfo(), KivAxisInfo(), KivAxisInfo() };
+    axes[0].scaleMin = r[0];
+    axes[0].scaleMax = r[1];
+    axes[1].scaleMin = r[2];
+    axes[1].scaleMax = r[3];
     return axes;
 }
 
-inline velo::MatrixF<3, 2> boxOf(double xMin, double xMax, double yMin, double yMax)
-{
-    velo::MatrixF<3, 2> box;
-    box(0, 0) = xMin;
-    box(0, 1) = xMax;
-    box(1, 0) = yMin;
-    box(1, 1) = yMax;
-    box(2, 0) = -1.0;
-    box(2, 1) = 1.0;
-    return box;
-}
-
-// Directory for pictures a test leaves behind; empty when the environment names none.
-inline QString outputDir()
+// Saves a picture into $KIV_TEST_OUTPUT_DIR; true when no directory is named.
+inline bool saveFrame(const QImage& image, const QString& name)
 {
     const QString dir = qEnvironmentVariable("KIV_TEST_OUTPUT_DIR");
-    if (!dir.isEmpty())
-        QDir().mkpath(dir);
-    return dir;
+    return dir.isEmpty() || (QDir().mkpath(dir) && image.save(dir + QLatin1Char('/') + name));
 }
 
-inline void saveFrame(const QImage& image, const QString& name)
-{
-    const QString dir = outputDir();
-    if (!dir.isEmpty())
-        image.save(dir + QLatin1Char('/') + name);
-}
-
-inline bool near(QRgb a, QRgb b, int tolerance = 8)
+inline bool near(QRgb a, QRgb b, int tolerance)
 {
     return qAbs(qRed(a) - qRed(b)) <= tolerance && qAbs(qGreen(a) - qGreen(b)) <= tolerance
         && qAbs(qBlue(a) - qBlue(b)) <= tolerance;
+}
+
+inline int countColour(const QImage& image, QRgb colour, const QRect& area, int tolerance)
+{
+    int n = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x)
+            n += near(image.pixel(x, y), colour, tolerance) ? 1 : 0;
+    return n;
+}
+
+inline int countDark(const QImage& image, const QRect& area)
+{
+    return countColour(image, qRgb(0, 0, 0), area, 99);
 }
 
 } // namespace graphtest

@@ -9,19 +9,16 @@
 #include <thread>
 #include <vector>
 
-using graphtest::TestGraph;
-
 namespace {
 
-// Every sample posts a repaint request across threads; under ThreadSanitizer that is slow
-// enough to need a smaller run.
+// Every sample posts a repaint request across threads, which ThreadSanitizer slows down.
 #if defined(__SANITIZE_THREAD__)
-const int SamplesPerProducer = 4000;
+const int Samples = 4000;
 #else
-const int SamplesPerProducer = 40000;
+const int Samples = 40000;
 #endif
 
-// Reads the drawn queue of a one-value series.
+// The drawn queue of a one-value series.
 std::vector<double> drawnValues(const KivDataSet* ds)
 {
     std::vector<double> out(ds->getDisplayItemCount());
@@ -40,114 +37,76 @@ private slots:
     void producersWhilePainting();
 };
 
+// Three producers on series of their own, two sharing one series (the value tells who sent it
+// and in which order), one on a series bounded to 1000 samples, and one on a series that is
+// removed while the graph keeps painting.
 void TestGraphThreads::producersWhilePainting()
 {
-    TestGraph g;
+    graphtest::TestGraph g;
     g.setAutoScaleMethod(KivFullFit);
     g.setAxisLimits('y', -1e7, 1e7);
-    const int own = 3;
-    std::vector<KivDataSet*> series;
-    for (int p = 0; p < own; ++p)
-        series.push_back(g.addDataSet(KivDataStyle1D, QColor::fromHsv(p * 90, 255, 200), 0));
+    std::vector<KivDataSet*> own;
+    for (int p = 0; p < 3; ++p)
+        own.push_back(g.addDataSet(KivDataStyle1D, QColor::fromHsv(p * 90, 255, 200), 0));
     KivDataSet* shared = g.addDataSet(KivDataStyle1D, Qt::black, 0);
     KivDataSet* bounded = g.addDataSet(KivDataStyle1D, Qt::gray, 1000);
     KivDataSet* doomed = g.addDataSet(KivDataStyle1D, Qt::red, 0);
-    g.resize(400, 300);
-    g.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&g));
+    QVERIFY(graphtest::showAt(g, 400, 300));
 
-    std::atomic<int> running { 0 };
-    std::vector<std::thread> producers;
-    auto start = [&](std::function<void()> work) {
-        ++running;
-        producers.emplace_back([work, &running] {
-            work();
-            --running;
+    std::atomic<int> finished { 0 };
+    const auto produce = [&finished](KivDataSet* ds, double base, int count) {
+        return std::thread([=, &finished] {
+            for (int i = 0; i < count; ++i)
+                ds->addData(base + i);
+            ++finished;
         });
     };
-    for (int p = 0; p < own; ++p) {
-        KivDataSet* ds = series[size_t(p)];
-        start([ds] {
-            for (int i = 0; i < SamplesPerProducer; ++i)
-                ds->addData(double(i));
-        });
-    }
-    // Two producers share one series; the value tells who sent it and in which order.
-    for (int p = 0; p < 2; ++p) {
-        start([shared, p] {
-            for (int i = 0; i < SamplesPerProducer; ++i)
-                shared->addData(p * 1e6 + i);
-        });
-    }
-    start([bounded] {
-        for (int i = 0; i < SamplesPerProducer; ++i)
-            bounded->addData(double(i));
-    });
-    std::thread doomedProducer([doomed] {
-        for (int i = 0; i < 5000; ++i)
-            doomed->addData(double(i));
-    });
+    std::vector<std::thread> producers;
+    for (KivDataSet* ds : { own[0], own[1], own[2], bounded })
+        producers.push_back(produce(ds, 0.0, Samples));
+    producers.push_back(produce(shared, 0.0, Samples));
+    producers.push_back(produce(shared, 1e6, Samples));
+    std::thread doomedProducer = produce(doomed, 0.0, 5000);
 
-    // Paint continuously, freezing once, and remove a series whose producer has finished.
+    // Paint until every producer is done; remove one series and freeze once on the way.
     int frames = 0;
-    bool removed = false;
-    bool frozeOnce = false;
-    while (running.load() > 0 || !removed) {
+    while (frames < 6 || finished < 7) {
         g.grabFramebuffer();
         QCoreApplication::processEvents();
-        ++frames;
-        if (!removed && frames > 3) {
+        if (++frames == 3) {
             doomedProducer.join();
             g.removeDataSet(doomed);
-            removed = true;
-        }
-        if (!frozeOnce && frames == 6) {
+        } else if (frames == 5) {
             g.freeze(true);
             g.grabFramebuffer();
             g.freeze(false);
-            frozeOnce = true;
         }
     }
     for (std::thread& t : producers)
         t.join();
-    QVERIFY(frames > 3);
     QVERIFY(!g.hasDataSet(doomed));
-
     g.update();
-    const QImage last = g.grabFramebuffer();
-    graphtest::saveFrame(last, QStringLiteral("graph-threads.png"));
+    QVERIFY(graphtest::saveFrame(g.grabFramebuffer(), QStringLiteral("graph-threads.png")));
 
-    for (int p = 0; p < own; ++p) {
-        const std::vector<double> v = drawnValues(series[size_t(p)]);
-        QCOMPARE(int(v.size()), SamplesPerProducer);
-        for (int i = 0; i < SamplesPerProducer; ++i) {
-            if (v[size_t(i)] != double(i))
-                QFAIL(qPrintable(QStringLiteral("series %1: item %2 is %3").arg(p).arg(i).arg(v[size_t(i)])));
-        }
+    for (KivDataSet* ds : own) {
+        const std::vector<double> v = drawnValues(ds);
+        QCOMPARE(int(v.size()), Samples);
+        for (int i = 0; i < Samples; ++i)
+            QVERIFY2(v[size_t(i)] == i, qPrintable(QStringLiteral("item %1 is %2").arg(i).arg(v[size_t(i)])));
     }
-
-    const std::vector<double> mixed = drawnValues(shared);
-    QCOMPARE(int(mixed.size()), 2 * SamplesPerProducer);
     int next[2] = { 0, 0 };
-    for (double value : mixed) {
+    for (double value : drawnValues(shared)) {
         const int p = value >= 1e6 ? 1 : 0;
-        const int i = int(value - p * 1e6);
-        if (i != next[p])
-            QFAIL(qPrintable(QStringLiteral("producer %1: expected %2, got %3").arg(p).arg(next[p]).arg(i)));
+        QVERIFY2(int(value - p * 1e6) == next[p], qPrintable(QStringLiteral("producer %1: %2 after %3").arg(p).arg(value).arg(next[p] - 1)));
         ++next[p];
     }
-    QCOMPARE(next[0], SamplesPerProducer);
-    QCOMPARE(next[1], SamplesPerProducer);
-
+    QVERIFY(next[0] == Samples && next[1] == Samples);
     const std::vector<double> newest = drawnValues(bounded);
     QCOMPARE(int(newest.size()), 1000);
     for (int i = 0; i < 1000; ++i)
-        QCOMPARE(newest[size_t(i)], double(SamplesPerProducer - 1000 + i));
-
-    // The full-fit view holds every series: 0 .. SamplesPerProducer for the own series and
-    // up to 1e6 + SamplesPerProducer for the shared one.
-    QVERIFY(g.axisInfo(1).scaleMax >= 1e6 + SamplesPerProducer - 1);
-    QVERIFY(g.axisInfo(1).scaleMin <= 0.0);
+        QCOMPARE(newest[size_t(i)], double(Samples - 1000 + i));
+    // The full-fit view holds every series, up to 1e6 + Samples for the shared one.
+    QVERIFY(g.axisInfo(1).scaleMax >= 1e6 + Samples - 1 && g.axisInfo(1).scaleMin <= 0.0);
     QVERIFY(!g.isPainting());
 }
 
