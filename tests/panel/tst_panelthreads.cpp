@@ -1,11 +1,8 @@
 #include "paneltest.h"
 
 #include <kiv_dataset.h>
-#include <kiv_graph.h>
 
 #include <QAtomicInt>
-#include <QVector>
-#include <QTest>
 
 #include <thread>
 #include <vector>
@@ -22,58 +19,37 @@ private slots:
     void producersByIndex();
 };
 
-namespace {
-
-const int samplesPerProducer = 20000;
-
-// Producer p writes samples (p, i) for i = 0 .. samplesPerProducer - 1 to its target.
-struct Producer
-{
-    int row;
-    int col;
-    int dims;
-};
-
-} // namespace
-
 void TestPanelThreads::producersByIndex()
 {
-    // Two producers share (0,0) and two share (1,0); the others have a series each.
-    const std::vector<Producer> producers{
-        {0, 0, 1}, {0, 0, 1}, {1, 0, 2}, {1, 0, 2}, {0, 1, 1}, {1, 1, 3},
-    };
+    const int samples = 20000;
+    // The graph (row-major) each producer feeds; the series there take 1, 1, 2 and 3 values per sample.
+    const std::vector<int> producers{0, 0, 2, 2, 1, 3};
+    const int dims[] = {1, 1, 2, 3};
+    const unsigned long styles[] = {KivDataStyle1D, KivDataStyle1D, KivDataStyle2D, KivDataStyle3D};
     KivWidget panel(2, 2);
-    panel.resize(500, 400);
-    panel.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&panel));
-    const unsigned long capacity = 2 * samplesPerProducer;
-    const unsigned long styles[] = {KivDataStyle1D, KivDataStyle2D, KivDataStyle3D};
+    QVERIFY(showPanel(panel, 500, 400));
     QList<KivDataSet*> sets;
-    for (int r = 0; r < 2; ++r) {
-        for (int c = 0; c < 2; ++c) {
-            const int dims = r == 0 ? 1 : (c == 0 ? 2 : 3);
-            sets << panel.addDataSet(panel.getGraph(r, c), capacity, QColor(Qt::red), styles[dims - 1]);
-        }
-    }
+    for (int i = 0; i < 4; ++i)
+        sets << panel.addDataSet(panel.getGraph(i / 2, i % 2), 2 * samples, QColor(Qt::red), styles[i]);
 
     QAtomicInt running(int(producers.size()));
     std::vector<std::thread> threads;
-    for (size_t p = 0; p < producers.size(); ++p) {
-        threads.emplace_back([&panel, &running, &producers, p]() {
-            const Producer& target = producers[p];
-            // 1-value samples carry both producer and sequence in one number.
-            for (int i = 0; i < samplesPerProducer; ++i) {
-                if (target.dims == 1)
-                    panel.addData(target.row, target.col, 0, p * 1e6 + i);
-                else if (target.dims == 2)
-                    panel.addData(target.row, target.col, 0, double(p), double(i));
+    for (int p = 0; p < int(producers.size()); ++p) {
+        threads.emplace_back([&, p]() {
+            const int g = producers[p];
+            for (int i = 0; i < samples; ++i) {
+                const double key = p * 1e6 + i; // producer and sequence in one number
+                if (dims[g] == 1)
+                    panel.addData(g / 2, g % 2, 0, key);
+                else if (dims[g] == 2)
+                    panel.addData(g / 2, g % 2, 0, key, key + 1);
                 else
-                    panel.addData(target.row, target.col, 0, double(i), 2.0 * i, double(p));
+                    panel.addData(g / 2, g % 2, 0, key, key + 1, key + 2);
             }
             running.fetchAndAddOrdered(-1);
         });
     }
-    // The GUI thread paints meanwhile: every frame moves queued samples into the drawn ones.
+    // Every frame moves queued samples into the drawn ones.
     while (running.loadAcquire() > 0) {
         for (KivGraphWidget* g : graphs(panel))
             g->graph()->update();
@@ -81,43 +57,29 @@ void TestPanelThreads::producersByIndex()
     }
     for (std::thread& t : threads)
         t.join();
-    for (KivGraphWidget* g : graphs(panel))
-        g->graph()->grabFramebuffer();
 
     QVector<int> next(int(producers.size()), 0);
-    for (int s = 0; s < sets.size(); ++s) {
+    for (int s = 0; s < 4; ++s) {
         KivDataSet* set = sets.at(s);
-        const unsigned long n = set->getDisplayItemCount();
-        QCOMPARE(set->getItemCount(), n); // nothing left behind in the incoming queues
-        for (unsigned long i = 0; i < n; ++i) {
-            int p = -1;
-            int seq = -1;
-            if (set->dimensions() == 1) {
-                double v = 0.0;
-                set->getData(i, v);
-                p = int(v / 1e6);
-                seq = int(v - p * 1e6);
-            } else if (set->dimensions() == 2) {
-                double x = 0.0, y = 0.0;
-                set->getData(i, x, y);
-                p = int(x);
-                seq = int(y);
-            } else {
-                double x = 0.0, y = 0.0, z = 0.0;
-                set->getData(i, x, y, z);
-                p = int(z);
-                seq = int(x);
-                QCOMPARE(y, 2.0 * x);
-            }
-            QVERIFY2(p >= 0 && p < int(producers.size()), qPrintable(QString::number(p)));
-            const Producer& target = producers[size_t(p)];
-            QCOMPARE(target.row * 2 + target.col, s);
-            QCOMPARE(seq, next[p]); // in order, none missing
-            ++next[p];
+        panel.getGraph(s / 2, s % 2)->graph()->grabFramebuffer();
+        QCOMPARE(set->getItemCount(), set->getDisplayItemCount()); // nothing left in the queues
+        for (unsigned long i = 0; i < set->getDisplayItemCount(); ++i) {
+            double v[3] = {0.0, 0.0, 0.0};
+            if (dims[s] == 1)
+                set->getData(i, v[0]);
+            else if (dims[s] == 2)
+                set->getData(i, v[0], v[1]);
+            else
+                set->getData(i, v[0], v[1], v[2]);
+            const int p = int(v[0] / 1e6);
+            QVERIFY2(p >= 0 && p < next.size(), qPrintable(QString::number(v[0])));
+            QCOMPARE(producers[p], s);
+            QCOMPARE(int(v[0] - p * 1e6), next[p]++); // in order, none missing
+            QCOMPARE(v[1], dims[s] > 1 ? v[0] + 1 : 0.0);
+            QCOMPARE(v[2], dims[s] > 2 ? v[0] + 2 : 0.0);
         }
     }
-    for (int p = 0; p < next.size(); ++p)
-        QCOMPARE(next.at(p), samplesPerProducer);
+    QCOMPARE(next, QVector<int>(int(producers.size()), samples));
 }
 
 QTEST_MAIN(TestPanelThreads)
