@@ -11,14 +11,9 @@
 #include <thread>
 #include <vector>
 
-namespace {
-
 constexpr int Producers = 4;
 constexpr long PerProducer = 1000000;
-// A sample encodes its producer and its running number exactly in a double.
-constexpr double ProducerStride = 1e7;
-
-} // namespace
+constexpr double ProducerStride = 1e7; // a sample is producer * stride + its running number
 
 class TestDataSetStress : public QObject
 {
@@ -59,9 +54,8 @@ void TestDataSetStress::producersAndFlusher()
         producers.emplace_back([&, p] {
             while (!go.load())
                 std::this_thread::yield();
-            const double base = p * ProducerStride;
             for (long i = 0; i < PerProducer; ++i)
-                ds.addData(base + double(i));
+                ds.addData(p * ProducerStride + double(i));
             --running;
         });
     }
@@ -88,7 +82,6 @@ void TestDataSetStress::producersAndFlusher()
         t.join();
     flusher.join();
     ds.flush(); // nothing left over
-    qInfo("%lu flushes", flushes);
 
     const unsigned long total = Producers * PerProducer;
     const unsigned long expected = maxItems > 0 ? std::min(maxItems, total) : total;
@@ -99,15 +92,12 @@ void TestDataSetStress::producersAndFlusher()
     ds.getTime(interval, time);
     QCOMPARE(time, (atBack ? 0.5 : -0.5) * double(total));
 
-    // Each producer's samples appear in the order they were added (reversed when added at
-    // the front); unbounded, all of them.
+    // Each producer's samples in the order added (reversed at the front); unbounded, all.
     std::vector<double> values(expected);
     QCOMPARE(ds.copyData(0, expected + 10, values.data()), expected);
     if (!atBack)
         std::reverse(values.begin(), values.end());
-    long next[Producers];
-    for (long &n : next)
-        n = -1;
+    std::vector<long> next(Producers, -1);
     for (unsigned long i = 0; i < expected; ++i) {
         const double v = values[i];
         const int p = int(v / ProducerStride);
@@ -117,10 +107,8 @@ void TestDataSetStress::producersAndFlusher()
             QFAIL(qPrintable(QString("producer %1: %2 follows %3 at %4").arg(p).arg(counter).arg(next[p]).arg(i)));
         next[p] = counter;
     }
-    if (maxItems == 0) {
-        for (int p = 0; p < Producers; ++p)
-            QCOMPARE(next[p], PerProducer - 1);
-    }
+    if (maxItems == 0)
+        QCOMPARE(next, std::vector<long>(Producers, PerProducer - 1));
 }
 
 QTEST_GUILESS_MAIN(TestDataSetStress)

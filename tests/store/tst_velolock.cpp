@@ -1,5 +1,5 @@
-// Behaviour of the reader/writer lock: re-entry, upgrade, downgrade, writer preference,
-// growth of the reader list, and exclusion under contention.
+// The reader/writer lock: re-entry, upgrade, downgrade, writer preference, growth of the
+// reader list, and exclusion under contention.
 
 #include "velo_lock.h"
 
@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <memory>
-#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -16,7 +15,6 @@ using velo::ReadWriteMutex;
 
 namespace {
 
-// Spins (yielding) until `done` returns true.
 template<typename F>
 void waitUntil(F done)
 {
@@ -24,13 +22,28 @@ void waitUntil(F done)
         std::this_thread::yield();
 }
 
-// Gives another thread plenty of chances to run; only ever used to make a wrong ordering
-// likely to show, never to decide the outcome.
-void letOthersRun()
+// A thread that takes the lock (after a read entry of its own if readFirst), notes when it
+// has it (as 1 + the number of takers before it), and keeps it until `release`.
+struct Taker
 {
-    for (int i = 0; i < 2000; ++i)
-        std::this_thread::yield();
-}
+    Taker(ReadWriteMutex &m, bool write, std::atomic<int> &order, bool hold = false, bool readFirst = false)
+        : release(!hold), t([this, &m, write, &order, readFirst] {
+              LockReadWrite r(m), g(m);
+              trying = true;
+              if (readFirst)
+                  r.lock(false);
+              g.lock(write);
+              turn = ++order;
+              waitUntil([this] { return release.load(); });
+          })
+    {
+    }
+    ~Taker() { join(); }
+    void join() { release = true; if (t.joinable()) t.join(); }
+    std::atomic<bool> trying{false}, release;
+    std::atomic<int> turn{0};
+    std::thread t;
+};
 
 } // namespace
 
@@ -39,300 +52,168 @@ class TestVeloLock : public QObject
     Q_OBJECT
 
 private slots:
-    void writeReentry();
-    void readReentryAndRelease();
-    void guardReleasesOnScopeExitAndException();
-    void upgradeWhenAllReadersAreThisThread();
-    void upgradeWaitsForReaderOfAnotherThread();
-    void downgradeKeepsOtherWritersOut();
-    void writerMayReadWhileWritersWait();
-    void waitingWriterHoldsBackNewReadersOnly();
-    void readerListGrowsAndNeverShrinks();
+    void reentryAndRelease();
+    void upgrade();
+    void downgrade();
+    void writerPreference();
+    void readerListGrows();
     void writersAreExclusiveUnderContention();
 };
 
-void TestVeloLock::writeReentry()
-{
-    ReadWriteMutex m;
-    LockReadWrite a(m);
-    QVERIFY(a.lock(true));
-    QVERIFY(a.lock(true)); // the same guard does not go deeper
-    QCOMPARE(m.writeDepth(), 1u);
-
-    LockReadWrite b(m);
-    QVERIFY(b.lock(true));
-    QCOMPARE(m.writeDepth(), 2u);
-
-    QVERIFY(a.unlock());
-    QVERIFY(m.isWriteLocked());
-    QCOMPARE(m.writeDepth(), 1u);
-    QVERIFY(b.unlock());
-    QVERIFY(!m.isWriteLocked());
-    QCOMPARE(m.writeDepth(), 0u);
-
-    // Free for another thread now.
-    bool gotIt = false;
-    std::thread t([&] {
-        LockReadWrite g(m);
-        gotIt = g.lock(true);
-    });
-    t.join();
-    QVERIFY(gotIt);
-}
-
-void TestVeloLock::readReentryAndRelease()
+void TestVeloLock::reentryAndRelease()
 {
     ReadWriteMutex m;
     {
-        LockReadWrite a(m), b(m), c(m);
-        QVERIFY(!a.isReadLocked() && !a.isWriteLocked());
+        LockReadWrite a(m), b(m);
         QVERIFY(!a.unlock()); // holds nothing yet
-        QVERIFY(a.lock(false));
-        QVERIFY(a.lock(false)); // already held: no second entry
-        QCOMPARE(m.readerCount(), 1);
-        QVERIFY(b.lock(false));
-        QVERIFY(c.lock(false));
-        QCOMPARE(m.readerCount(), 3);
+        QVERIFY(a.lock(true) && a.lock(true)); // the same guard does not go deeper
+        QVERIFY(b.lock(true));
+        QCOMPARE(m.writeDepth(), 2u);
+        QVERIFY(a.unlock());
+        QVERIFY(m.isWriteLocked());
+    } // b released by its destructor
+    QCOMPARE(m.writeDepth(), 0u);
+    {
+        LockReadWrite a(m), b(m), c(m);
+        QVERIFY(a.lock(false) && a.lock(false) && b.lock(false) && c.lock(false));
         QCOMPARE(m.readLocksOfCurrentThread(), 3);
         QVERIFY(b.unlock());
         QVERIFY(!b.unlock());
         QCOMPARE(m.readerCount(), 2);
     }
     QCOMPARE(m.readerCount(), 0);
+    std::atomic<int> order{0};
+    Taker(m, true, order).join(); // free for another thread
+    QCOMPARE(order.load(), 1);
 }
 
-void TestVeloLock::guardReleasesOnScopeExitAndException()
+void TestVeloLock::upgrade()
 {
     ReadWriteMutex m;
-    try {
-        LockReadWrite g(m);
-        g.lock(true);
-        throw std::runtime_error("leaving early");
-    } catch (const std::runtime_error &) {
+    {
+        LockReadWrite r1(m), r2(m), w(m), g(m);
+        QVERIFY(r1.lock(false) && r2.lock(false));
+        QVERIFY(w.lock(true)); // all reader entries are this thread's
+        QVERIFY(g.lock(false) && g.lock(true)); // a reading guard gives up its entry first
+        QVERIFY(g.isWriteLocked() && !g.isReadLocked());
+        QCOMPARE(m.readerCount(), 2);
+        QCOMPARE(m.writeDepth(), 2u);
     }
-    QVERIFY(!m.isWriteLocked());
-    try {
-        LockReadWrite g(m);
-        g.lock(false);
-        throw std::runtime_error("leaving early");
-    } catch (const std::runtime_error &) {
-    }
-    QCOMPARE(m.readerCount(), 0);
-}
-
-void TestVeloLock::upgradeWhenAllReadersAreThisThread()
-{
-    ReadWriteMutex m;
-    LockReadWrite r1(m), r2(m), w(m);
-    QVERIFY(r1.lock(false));
-    QVERIFY(r2.lock(false));
-    QVERIFY(w.lock(true)); // both reader entries are ours
-    QVERIFY(m.isWriteLocked());
-    QCOMPARE(m.readerCount(), 2);
-
-    // A guard that reads and then asks for the write side gives up its read entry first.
-    LockReadWrite g(m);
-    QVERIFY(g.lock(false));
-    QCOMPARE(m.readerCount(), 3);
-    QVERIFY(g.lock(true));
-    QVERIFY(g.isWriteLocked());
-    QVERIFY(!g.isReadLocked());
-    QCOMPARE(m.readerCount(), 2);
-    QCOMPARE(m.writeDepth(), 2u);
-}
-
-void TestVeloLock::upgradeWaitsForReaderOfAnotherThread()
-{
-    ReadWriteMutex m;
-    std::atomic<bool> otherReads{false}, release{false};
-    std::thread reader([&] {
-        LockReadWrite g(m);
-        g.lock(false);
-        otherReads = true;
-        waitUntil([&] { return release.load(); });
-    });
-    waitUntil([&] { return otherReads.load(); });
-
-    std::atomic<bool> upgraded{false};
-    std::thread upgrader([&] {
-        LockReadWrite r1(m), r2(m), w(m);
-        r1.lock(false);
-        r2.lock(false);
-        w.lock(true);
-        upgraded = true;
-    });
+    // Another thread reads as well: the upgrade waits for it.
+    std::atomic<int> order{0};
+    Taker reader(m, false, order, true);
+    waitUntil([&] { return reader.turn.load() == 1; });
+    Taker upgrader(m, true, order, false, true);
     waitUntil([&] { return m.waitingWriters() == 1; });
-    QVERIFY(!upgraded); // the other thread's reader entry keeps it out
-    release = true;
-    upgrader.join();
+    QCOMPARE(upgrader.turn.load(), 0);
     reader.join();
-    QVERIFY(upgraded);
-    QCOMPARE(m.waitingWriters(), 0u);
-    QCOMPARE(m.readerCount(), 0);
-    QVERIFY(!m.isWriteLocked());
+    upgrader.join();
+    QCOMPARE(upgrader.turn.load(), 2);
+    QVERIFY(m.readerCount() == 0 && !m.isWriteLocked());
 }
 
-void TestVeloLock::downgradeKeepsOtherWritersOut()
+void TestVeloLock::downgrade()
 {
     ReadWriteMutex m;
-    LockReadWrite g(m);
-    QVERIFY(g.lock(true));
-    QVERIFY(g.lock(false));
-    QVERIFY(g.isReadLocked());
-    QVERIFY(!g.isWriteLocked());
-    QVERIFY(!m.isWriteLocked());
-    QCOMPARE(m.writeDepth(), 0u);
-    QCOMPARE(m.readerCount(), 1);
-
-    std::atomic<bool> written{false};
-    std::thread writer([&] {
-        LockReadWrite w(m);
-        w.lock(true);
-        written = true;
-    });
-    waitUntil([&] { return m.waitingWriters() == 1; });
-    QVERIFY(!written);
-    QVERIFY(g.unlock());
-    writer.join();
-    QVERIFY(written);
-
+    std::atomic<int> order{0};
+    {
+        LockReadWrite g(m);
+        QVERIFY(g.lock(true) && g.lock(false));
+        QVERIFY(g.isReadLocked() && !g.isWriteLocked() && !m.isWriteLocked() && m.readerCount() == 1);
+        Taker writer(m, true, order);
+        waitUntil([&] { return m.waitingWriters() == 1; });
+        QCOMPARE(writer.turn.load(), 0); // the read entry still keeps writers out
+        QVERIFY(g.unlock());
+        writer.join();
+        QCOMPARE(writer.turn.load(), 1);
+    }
     // Downgrading one of two nested write guards keeps the write side held.
     LockReadWrite outer(m), inner(m);
-    outer.lock(true);
-    inner.lock(true);
-    QVERIFY(inner.lock(false));
-    QVERIFY(m.isWriteLocked());
-    QCOMPARE(m.writeDepth(), 1u);
-    QCOMPARE(m.readerCount(), 1);
+    QVERIFY(outer.lock(true) && inner.lock(true) && inner.lock(false));
+    QVERIFY(m.isWriteLocked() && m.writeDepth() == 1 && m.readerCount() == 1);
 }
 
-void TestVeloLock::writerMayReadWhileWritersWait()
+void TestVeloLock::writerPreference()
 {
     ReadWriteMutex m;
-    LockReadWrite w(m);
-    QVERIFY(w.lock(true));
-    std::atomic<bool> otherWrote{false};
-    std::thread other([&] {
-        LockReadWrite g(m);
-        g.lock(true);
-        otherWrote = true;
-    });
-    waitUntil([&] { return m.waitingWriters() == 1; });
-    {
-        LockReadWrite r(m);
-        QVERIFY(r.lock(false)); // would deadlock if a waiting writer held the writer back
-        QCOMPARE(m.readLocksOfCurrentThread(), 1);
-    }
-    QVERIFY(!otherWrote);
-    w.unlock();
-    other.join();
-    QVERIFY(otherWrote);
-}
-
-void TestVeloLock::waitingWriterHoldsBackNewReadersOnly()
-{
-    ReadWriteMutex m;
-    LockReadWrite mine(m);
-    QVERIFY(mine.lock(false));
-
     std::atomic<int> order{0};
-    std::atomic<int> writerTurn{0}, readerTurn{0};
-    std::thread writer([&] {
-        LockReadWrite g(m);
-        g.lock(true);
-        writerTurn = ++order;
-    });
-    waitUntil([&] { return m.waitingWriters() == 1; });
-
-    std::atomic<bool> readerTrying{false};
-    std::thread reader([&] {
-        LockReadWrite g(m);
-        readerTrying = true;
-        g.lock(false);
-        readerTurn = ++order;
-    });
-    waitUntil([&] { return readerTrying.load(); });
-    letOthersRun();
-    QCOMPARE(readerTurn.load(), 0); // a new reader waits behind the writer
-
-    // This thread already reads, so it gets in again despite the waiting writer.
     {
-        LockReadWrite again(m);
-        QVERIFY(again.lock(false));
+        // The writer may still read while other writers wait.
+        LockReadWrite w(m), r(m);
+        QVERIFY(w.lock(true));
+        Taker other(m, true, order);
+        waitUntil([&] { return m.waitingWriters() == 1; });
+        QVERIFY(r.lock(false));
+        QCOMPARE(other.turn.load(), 0);
+        r.unlock();
+        w.unlock();
     }
+    // A waiting writer holds back new readers of other threads, not this thread's.
+    order = 0;
+    LockReadWrite mine(m), again(m);
+    QVERIFY(mine.lock(false));
+    Taker writer(m, true, order);
+    waitUntil([&] { return m.waitingWriters() == 1; });
+    Taker reader(m, false, order);
+    waitUntil([&] { return reader.trying.load(); });
+    for (int i = 0; i < 2000; ++i) // only makes a wrong order likely to show
+        std::this_thread::yield();
+    QCOMPARE(reader.turn.load(), 0);
+    QVERIFY(again.lock(false));
+    again.unlock();
     mine.unlock();
     writer.join();
     reader.join();
-    QCOMPARE(writerTurn.load(), 1);
-    QCOMPARE(readerTurn.load(), 2);
+    QCOMPARE(writer.turn.load(), 1);
+    QCOMPARE(reader.turn.load(), 2);
 }
 
-void TestVeloLock::readerListGrowsAndNeverShrinks()
+void TestVeloLock::readerListGrows()
 {
     ReadWriteMutex m;
     std::vector<std::unique_ptr<LockReadWrite>> guards;
-    const int expected[] = {32, 32, 64, 64, 128, 128, 256};
-    const int counts[] = {1, 32, 33, 64, 65, 128, 129};
-    for (int step = 0; step < 7; ++step) {
-        while (int(guards.size()) < counts[step]) {
+    const struct { int readers, capacity; } steps[] = {{1, 32}, {32, 32}, {33, 64}, {64, 64}, {65, 128}, {129, 256}};
+    for (const auto &s : steps) {
+        while (int(guards.size()) < s.readers) {
             guards.emplace_back(new LockReadWrite(m));
             QVERIFY(guards.back()->lock(false));
         }
-        QCOMPARE(m.readerCount(), counts[step]);
-        QCOMPARE(m.readerCapacity(), expected[step]);
+        QCOMPARE(m.readerCount(), s.readers);
+        QCOMPARE(m.readerCapacity(), s.capacity);
     }
     guards.clear();
     QCOMPARE(m.readerCount(), 0);
-    QCOMPARE(m.readerCapacity(), 256);
-
+    QCOMPARE(m.readerCapacity(), 256); // never shrinks
 }
 
 void TestVeloLock::writersAreExclusiveUnderContention()
 {
-    // Writers bump two plain counters in two steps; readers must never see them differ,
-    // and the total must match. ThreadSanitizer checks the same from its side.
+    // Writers bump two counters in two steps; readers must never see them differ.
     ReadWriteMutex m;
     long a = 0, b = 0;
     std::atomic<long> mismatches{0};
-    const int writers = 3, readers = 3, rounds = 20000;
+    const int perSide = 3, rounds = 20000;
     std::vector<std::thread> threads;
-    for (int w = 0; w < writers; ++w) {
-        threads.emplace_back([&] {
+    for (int t = 0; t < 2 * perSide; ++t) {
+        threads.emplace_back([&, write = t < perSide] {
             for (int i = 0; i < rounds; ++i) {
-                LockReadWrite g(m);
-                g.lock(true);
-                ++a;
-                if (i % 7 == 0) {
-                    LockReadWrite nested(m); // re-entry on both sides inside the writer
+                LockReadWrite g(m), nested(m);
+                g.lock(write);
+                a += write;
+                if (i % 6 == 0) // re-entry on the read side inside either
                     nested.lock(false);
-                }
-                ++b;
-            }
-        });
-    }
-    for (int r = 0; r < readers; ++r) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < rounds; ++i) {
-                LockReadWrite g(m);
-                g.lock(false);
-                if (a != b)
+                if (!write && a != b)
                     ++mismatches;
-                if (i % 5 == 0) {
-                    LockReadWrite nested(m);
-                    nested.lock(false);
-                    if (a != b)
-                        ++mismatches;
-                }
+                b += write;
             }
         });
     }
     for (std::thread &t : threads)
         t.join();
     QCOMPARE(mismatches.load(), 0L);
-    QCOMPARE(a, long(writers) * rounds);
+    QCOMPARE(a, long(perSide) * rounds);
     QCOMPARE(b, a);
-    QCOMPARE(m.readerCount(), 0);
-    QVERIFY(!m.isWriteLocked());
+    QVERIFY(m.readerCount() == 0 && !m.isWriteLocked());
 }
 
 QTEST_GUILESS_MAIN(TestVeloLock)
