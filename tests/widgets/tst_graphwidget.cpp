@@ -58,13 +58,6 @@ KivDataSet* addLabelledSeries(W& widget)
     return set;
 }
 
-double sampleAt(const KivDataSet* set, unsigned long i)
-{
-    double v = 0;
-    set->getData(i, v, true, 1);
-    return v;
-}
-
 class CountingToolBar : public KivToolBar
 {
 public:
@@ -91,7 +84,6 @@ private slots:
     void yLabelMovesTitle();
     void zoomAndPanExcludeEachOther();
     void allowedFlagsSilenceSetters();
-    void legendShownOnlyWithText();
     void seriesKeepLegendInStep();
     void setDataExclusive();
     void hostInput();
@@ -130,7 +122,7 @@ void TestGraphWidget::yLabelMovesTitle()
     QCOMPARE(cellOf(widget, title), overBoth);
     widget.setYLabel(QStringLiteral("flow"));
     QCOMPARE(cellOf(widget, title), overBoth);
-    QCOMPARE(widget.layout()->count(), 5);
+    QCOMPARE(widget.layout()->count(), 5); // nothing added twice
     widget.setYLabel(QString());
     QCOMPARE(cellOf(widget, title), overGraph);
     widget.setYLabel(QString());
@@ -212,65 +204,52 @@ void TestGraphWidget::allowedFlagsSilenceSetters()
     QVERIFY(!toolBar.isFreezeChecked());
 }
 
-void TestGraphWidget::legendShownOnlyWithText()
+void TestGraphWidget::seriesKeepLegendInStep()
 {
     W widget;
     widget.show();
     QVERIFY(QTest::qWaitForWindowExposed(&widget));
+    const auto boxes = [&]() { return widget.legend()->findChildren<QCheckBox*>(); };
     QVERIFY(!widget.isLegendChangeAllowed()); // nothing to show yet
     // A legend that is on stays on while empty, so series labelled later show up in it.
     widget.setLegendChecked(true);
     QVERIFY(widget.isLegendChecked());
-    KivDataSet* early = widget.addDataSet(0, Qt::blue, 50);
-    early->setLabel(QStringLiteral("early"));
-    QTRY_VERIFY(widget.legend()->findChild<QCheckBox*>()->isVisible());
-    widget.removeDataSet(early);
+    KivDataSet* a = widget.addDataSet(0, Qt::red, 50);
+    a->setLabel(QStringLiteral("early"));
+    QTRY_VERIFY(boxes().value(0) && boxes().at(0)->isVisible());
+    widget.removeDataSet(a);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!widget.hasDataSet(a) && boxes().isEmpty());
 
-    KivDataSet* set = widget.addDataSet(0, Qt::red, 50);
+    // Without a label the legend cannot be switched on.
+    KivDataSet* b = widget.addDataSet(0x1, QColor(0, 0, 255, 100), 50);
     widget.setLegendChecked(false);
     widget.setLegendChecked(true);
-    QVERIFY(!widget.isLegendChecked());
-    QVERIFY(!widget.legend()->isVisible());
-    set->setLabel(QStringLiteral("flow"));
+    QVERIFY(!widget.isLegendChecked() && !widget.legend()->isVisible());
+    b->setLabel(QStringLiteral("level"));
+    QCOMPARE(boxes().at(0)->text(), QStringLiteral("level"));
     widget.setLegendChecked(true);
     QVERIFY(widget.isLegendChecked() && widget.legend()->isVisible());
     widget.setLegendChecked(false);
     QVERIFY(!widget.isLegendChecked() && !widget.legend()->isVisible());
-}
-
-void TestGraphWidget::seriesKeepLegendInStep()
-{
-    W widget;
-    const auto boxes = [&]() { return widget.legend()->findChildren<QCheckBox*>(); };
-    KivDataSet* a = widget.addDataSet(0, Qt::red, 50);
-    KivDataSet* b = widget.addDataSet(0x1, QColor(0, 0, 255, 100), 50);
-    QCOMPARE(widget.dataSet(1), b);
-    QVERIFY(!widget.dataSet(2) && !widget.dataSet(~0ul));
+    QCOMPARE(widget.dataSet(0), b);
+    QVERIFY(!widget.dataSet(1) && !widget.dataSet(~0ul));
     QCOMPARE(b->dimensions(), 2);
     QCOMPARE(b->getColor(), QColor(0, 0, 255)); // drawn opaque
-    QCOMPARE(boxes().size(), 2);
 
-    // Visibility both ways, also for a series added behind the legend's back.
-    widget.setDataSetVisible(a, false);
-    QVERIFY(!a->isVisible() && !boxes().at(0)->isChecked() && !widget.isDataSetVisible(a));
-    boxes().at(0)->click();
-    QVERIFY(a->isVisible() && widget.isDataSetVisible(a));
+    // Visibility switches through the legend, also for a series added behind its back,
+    // but not for series of another graph.
+    widget.setDataSetVisible(b, false);
+    QVERIFY(!b->isVisible() && !boxes().at(0)->isChecked() && !widget.isDataSetVisible(b));
     KivDataSet* direct = widget.graph()->addDataSet(0, Qt::blue, 50);
     widget.setDataSetVisible(direct, false);
     QVERIFY(!direct->isVisible());
-    // Series of another graph are not touched and not reported.
     W other;
     KivDataSet* foreign = other.addDataSet(0, Qt::green, 50);
     widget.setDataSetVisible(foreign, false);
     QVERIFY(foreign->isVisible() && !widget.isDataSetVisible(foreign));
     QVERIFY(!widget.isDataSetVisible(nullptr));
 
-    widget.removeDataSet(a);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(!widget.hasDataSet(a));
-    QCOMPARE(boxes().size(), 1);
-    b->setLabel(QStringLiteral("level"));
-    QCOMPARE(boxes().at(0)->text(), QStringLiteral("level"));
     // Removing all series empties the legend as well.
     widget.removeDataSet(nullptr);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -296,8 +275,10 @@ void TestGraphWidget::setDataExclusive()
         }
         widget.setData(c.set, 5, 3.0, c.exclusive);
         for (int j = 0; j < 3; ++j) {
-            QCOMPARE(sampleAt(widget.dataSet(j), 5), c.expected.at(j));
-            QCOMPARE(sampleAt(widget.dataSet(j), 4), 100.0 * j + 4);
+            double at4 = 0, at5 = 0;
+            widget.dataSet(j)->getData(4, at4, true, 1);
+            widget.dataSet(j)->getData(5, at5, true, 1);
+            QCOMPARE(QPointF(at4, at5), QPointF(100.0 * j + 4, c.expected.at(j)));
         }
     }
 }
@@ -377,8 +358,12 @@ void TestGraphWidget::screenshot()
         const QRect legend = widget.legend()->geometry();
         const QRect yLabel = findLabel(widget, QString(), true)->geometry();
         const QRect title = findLabel(widget, "Tank level")->parentWidget()->geometry();
-        QVERIFY(widget.legend()->isVisible());
+        // The legend's boxes side by side above the graph, stacked right of it.
         QVERIFY(layout == LegendAbove ? legend.bottom() < graph.top() : legend.left() > graph.right());
+        const QList<QCheckBox*> boxes = widget.legend()->findChildren<QCheckBox*>();
+        const QPoint step = boxes.at(1)->pos() - boxes.at(0)->pos();
+        QVERIFY(boxes.at(0)->isVisible() && step.manhattanLength() > 10);
+        QCOMPARE(layout == LegendAbove ? step.y() : step.x(), 0);
         QVERIFY(yLabel.height() > yLabel.width() && yLabel.right() < graph.left());
         QVERIFY(title.bottom() < graph.top() && title.left() == yLabel.left());
         QVERIFY(findLabel(widget, "samples")->geometry().top() > graph.bottom());

@@ -3,9 +3,7 @@
 #include <QPointer>
 #include <QtTest>
 
-#include <algorithm>
 #include <memory>
-#include <vector>
 
 #include "kiv_dataset.h"
 #include "kivlabel.h"
@@ -58,24 +56,10 @@ class TestLabelLegend : public QObject
     Q_OBJECT
 
 private slots:
-    void labelSizeHint();
     void labelPaintsRotatedText_data();
     void labelPaintsRotatedText();
     void boxFollowsSeries();
-    void layoutStacksInAddressOrder();
 };
-
-void TestLabelLegend::labelSizeHint()
-{
-    const QSize base = QLabel(QStringLiteral("Voltage [mV]")).sizeHint();
-    QVERIFY(base.width() > base.height());
-    for (int tilt : {0, 90, 180, 270}) {
-        KivLabel label(QStringLiteral("Voltage [mV]"));
-        label.setTextTilt(KivLabel::TextTilt(tilt));
-        QCOMPARE(label.sizeHint(), tilt % 180 ? base.transposed() : base);
-        QCOMPARE(label.minimumSizeHint(), label.sizeHint());
-    }
-}
 
 void TestLabelLegend::labelPaintsRotatedText_data()
 {
@@ -166,35 +150,6 @@ void TestLabelLegend::boxFollowsSeries()
     legend.removeDataSet(set.get());
     legend.removeDataSet(nullptr);
     QCOMPARE(legend.findChildren<QCheckBox*>(), QList<QCheckBox*>{other});
-}
-
-void TestLabelLegend::layoutStacksInAddressOrder()
-{
-    // Added in reverse address order; shown in address order, stacked only for LegendRight.
-    std::vector<std::unique_ptr<KivDataSet>> sets;
-    std::vector<KivDataSet*> byAddress;
-    for (int i = 0; i < 4; ++i) {
-        sets.push_back(makeSet(QStringLiteral("series %1").arg(i)));
-        byAddress.push_back(sets.back().get());
-    }
-    std::sort(byAddress.begin(), byAddress.end());
-    for (int layout : {int(LegendRight), int(LegendAbove), 5}) {
-        KivLegend legend;
-        for (auto it = byAddress.rbegin(); it != byAddress.rend(); ++it)
-            legend.addDataSet(*it);
-        legend.setLegendLayout(KivLegendLayout(layout));
-        legend.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&legend));
-        QPoint previous(-1, -1);
-        for (KivDataSet* set : byAddress) {
-            QPoint at = boxWithText(legend, set->getLabel())->pos();
-            if (layout == LegendRight)
-                at = at.transposed(); // rows become columns
-            QVERIFY(at.x() > previous.x());
-            QVERIFY(previous.y() < 0 || at.y() == previous.y());
-            previous = at;
-        }
-    }
 }
 
 QTEST_MAIN(TestLabelLegend)

@@ -30,18 +30,18 @@ class SignalLog : public QObject
 public:
     explicit SignalLog(KivToolBar* toolBar)
     {
-        const auto log = [this](const char* name) {
-            return [this, name](bool on) { entries << QStringLiteral("%1(%2)").arg(name).arg(on); };
-        };
-        connect(toolBar, &KivToolBar::freezeTriggered, this, log("freeze"));
-        connect(toolBar, &KivToolBar::zoomingTriggered, this, log("zooming"));
-        connect(toolBar, &KivToolBar::panningTriggered, this, log("panning"));
-        connect(toolBar, &KivToolBar::allSamplesTriggered, this, log("allSamples"));
-        connect(toolBar, &KivToolBar::equalAxesTriggered, this, log("equalAxes"));
-        connect(toolBar, &KivToolBar::legendTriggered, this, log("legend"));
-        connect(toolBar, &KivToolBar::measureTriggered, this, log("measure"));
-        connect(toolBar, &KivToolBar::clearTriggered, this, log("clear"));
-        connect(toolBar, &KivToolBar::autoScaleMethodTriggered, this,
+        using T = KivToolBar;
+        const std::pair<void (T::*)(bool), const char*> signalNames[] = {
+            {&T::freezeTriggered, "freeze"},         {&T::zoomingTriggered, "zooming"},
+            {&T::panningTriggered, "panning"},       {&T::allSamplesTriggered, "allSamples"},
+            {&T::equalAxesTriggered, "equalAxes"},   {&T::legendTriggered, "legend"},
+            {&T::measureTriggered, "measure"},       {&T::clearTriggered, "clear"}};
+        for (const auto& signal : signalNames) {
+            connect(toolBar, signal.first, this, [this, name = signal.second](bool on) {
+                entries << QStringLiteral("%1(%2)").arg(name).arg(on);
+            });
+        }
+        connect(toolBar, &T::autoScaleMethodTriggered, this,
                 [this](KivAutoScaleMethod m) { entries << QStringLiteral("autoScale(%1)").arg(int(m)); });
     }
     QStringList entries;
@@ -108,7 +108,6 @@ void TestToolBar::fullFitWithAllSamplesDisablesZoomAndPan()
     QAction* pan = actionNamed(toolBar, "Pan");
     pan->trigger();
     toolBar.setAutoScaleMethod(KivAutoScaleMethod(2));
-    QVERIFY(pan->isChecked() && pan->isEnabled());
     SignalLog log(&toolBar);
     actionNamed(toolBar, "Show all samples")->trigger();
     QVERIFY(!pan->isEnabled() && !pan->isChecked());
@@ -199,8 +198,7 @@ void TestToolBar::layoutSelectorEmission()
     hidden.showLayoutSelection(false, 2, 2);
     QVERIFY(hidden.findChildren<QSpinBox*>().isEmpty());
     hidden.showLayoutSelection(true, 3, 4);
-    QCOMPARE(hidden.findChildren<QSpinBox*>().size(), 2);
-    QCOMPARE(hiddenSpy.count(), 0);
+    QVERIFY(hidden.findChildren<QSpinBox*>().size() == 2 && hiddenSpy.isEmpty());
 
     KivToolBar toolBar;
     toolBar.resize(900, 40);
