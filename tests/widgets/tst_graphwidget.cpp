@@ -58,12 +58,6 @@ KivDataSet* addLabelledSeries(W& widget)
     return set;
 }
 
-class CountingToolBar : public KivToolBar
-{
-public:
-    int receiverCount(const char* signal) const { return receivers(signal); }
-};
-
 class WheelCatcher : public QWidget
 {
 public:
@@ -87,7 +81,6 @@ private slots:
     void seriesKeepLegendInStep();
     void setDataExclusive();
     void hostInput();
-    void fullFitWithAllSamplesStopsZoom();
     void screenshot();
 };
 
@@ -114,7 +107,6 @@ void TestGraphWidget::yLabelMovesTitle()
     W widget;
     widget.setTitle(QStringLiteral("title"));
     QWidget* title = findLabel(widget, QStringLiteral("title"))->parentWidget();
-    QVERIFY(title != &widget);
     // The title spans the y label's column only while the y label shows.
     const QVector<int> overGraph{0, 1, 1, 1}, overBoth{0, 0, 1, 2};
     QCOMPARE(cellOf(widget, title), overGraph);
@@ -123,10 +115,10 @@ void TestGraphWidget::yLabelMovesTitle()
     widget.setYLabel(QStringLiteral("flow"));
     QCOMPARE(cellOf(widget, title), overBoth);
     QCOMPARE(widget.layout()->count(), 5); // nothing added twice
-    widget.setYLabel(QString());
-    QCOMPARE(cellOf(widget, title), overGraph);
-    widget.setYLabel(QString());
-    QCOMPARE(cellOf(widget, title), overGraph);
+    for (int i = 0; i < 2; ++i) {
+        widget.setYLabel(QString());
+        QCOMPARE(cellOf(widget, title), overGraph);
+    }
 }
 
 void TestGraphWidget::zoomAndPanExcludeEachOther()
@@ -143,6 +135,15 @@ void TestGraphWidget::zoomAndPanExcludeEachOther()
     widget.setPanningChangeAllowed(false); // locked pan cannot be switched off
     widget.setPanningChecked(false);
     QCOMPARE(state(), KivGraph::ControlPan);
+
+    // Full fit with all samples stops zooming and panning; expanding allows them again.
+    addLabelledSeries(widget);
+    widget.setAllSamplesChecked(true);
+    widget.setAutoScaleMethod(KivAutoScaleMethod(2));
+    QCOMPARE(state(), KivGraph::ControlNone);
+    widget.setAutoScaleMethod(KivAutoScaleMethod(1));
+    widget.setZoomingChecked(true);
+    QCOMPARE(state(), KivGraph::ControlZoom);
 }
 
 void TestGraphWidget::allowedFlagsSilenceSetters()
@@ -188,18 +189,10 @@ void TestGraphWidget::allowedFlagsSilenceSetters()
         }
     }
 
-    // One connection each for the nine, none for the layout selector, and one way only.
-    const char* const nine[] = {
-        SIGNAL(freezeTriggered(bool)), SIGNAL(zoomingTriggered(bool)),
-        SIGNAL(panningTriggered(bool)), SIGNAL(autoScaleMethodTriggered(KivAutoScaleMethod)),
-        SIGNAL(equalAxesTriggered(bool)), SIGNAL(allSamplesTriggered(bool)),
-        SIGNAL(clearTriggered(bool)), SIGNAL(legendTriggered(bool)), SIGNAL(measureTriggered(bool))};
-    CountingToolBar toolBar;
+    // One way only: the graph's state is not pushed back to the tool bar.
+    KivToolBar toolBar;
     W widget;
     connectToolbarToGraph(&toolBar, &widget);
-    for (const char* signal : nine)
-        QCOMPARE(toolBar.receiverCount(signal), 1);
-    QCOMPARE(toolBar.receiverCount(SIGNAL(layoutSelectionChanged(int, int))), 0);
     widget.setFreezeChecked(true);
     QVERIFY(!toolBar.isFreezeChecked());
 }
@@ -312,24 +305,6 @@ void TestGraphWidget::hostInput()
     QCOMPARE(pos, QPointF(-1.0, 1.0));
     widget->pointToGraphPos(QPoint(graph->width() * 2, graph->height()), pos);
     QCOMPARE(pos, QPointF(3.0, -1.0));
-}
-
-void TestGraphWidget::fullFitWithAllSamplesStopsZoom()
-{
-    KivToolBar toolBar;
-    W widget;
-    addLabelledSeries(widget);
-    connectToolbarToGraph(&toolBar, &widget);
-    QComboBox* autoScale = toolBar.findChild<QComboBox*>();
-    actionNamed(toolBar, "Zoom")->trigger();
-    QCOMPARE(widget.graph()->getControlState(), KivGraph::ControlZoom);
-    actionNamed(toolBar, "Show all samples")->trigger();
-    autoScale->setCurrentIndex(2);
-    QCOMPARE(widget.graph()->getControlState(), KivGraph::ControlNone);
-    // Expanding hands zoom back.
-    autoScale->setCurrentIndex(1);
-    actionNamed(toolBar, "Zoom")->trigger();
-    QCOMPARE(widget.graph()->getControlState(), KivGraph::ControlZoom);
 }
 
 void TestGraphWidget::screenshot()
