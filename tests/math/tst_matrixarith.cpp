@@ -1,12 +1,13 @@
-// The arithmetic family checked against Eigen on random operands, including
-// strided views, one-row and one-column shapes and sizes that take the blocked
-// product kernels.
+// The arithmetic family checked against Eigen on random operands, dense and as
+// strided views, over one-row, one-column and square shapes and sizes that take
+// the blocked product kernels.
 
 #include "velo_matrix.h"
 
 #include <Eigen/Dense>
 #include <QtTest>
 
+#include <algorithm>
 #include <functional>
 #include <random>
 #include <vector>
@@ -17,22 +18,84 @@ using velo::Vector;
 namespace {
 
 using RowMat = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
-using ConstMap = Eigen::Map<const RowMat, 0, Eigen::OuterStride<>>;
 using Vec = Eigen::VectorXd;
+using Index = Eigen::Index;
+using O = const std::vector<const Matrix*>&;
+using VO = const std::vector<const Vector*>&;
+using M = const std::vector<RowMat>&;
+using VS = const std::vector<Vec>&;
+using R = const RowMat&;
+using CV = const Vec&;
+using MatFn = std::function<void(Matrix&, O)>;
+using MatRef = std::function<RowMat(R, M)>;
+using VecFn = std::function<void(Vector&, O, VO)>;
+using VecRef = std::function<Vec(CV, M, VS)>;
 
-ConstMap map(const VoMatrix& m)
+RowMat map(const VoMatrix& m)
 {
-    return ConstMap(m.data, Eigen::Index(m.rows), Eigen::Index(m.cols), Eigen::OuterStride<>(Eigen::Index(m.stride)));
+    return Eigen::Map<const RowMat, 0, Eigen::OuterStride<>>(m.data, Index(m.rows), Index(m.cols),
+                                                             Eigen::OuterStride<>(Index(m.stride)));
 }
 
-Eigen::Map<const Vec> map(const VoVector& v)
+Vec map(const VoVector& v) { return Eigen::Map<const Vec>(v.data, Index(v.size)); }
+RowMat eye(Index n) { return RowMat::Identity(n, n); }
+RowMat diagonalOf(R a) { return a.diagonal().asDiagonal(); }
+
+// Keeps the elements with lo <= col - row <= hi.
+RowMat band(R a, Index lo, Index hi)
 {
-    return Eigen::Map<const Vec>(v.data, Eigen::Index(v.size));
+    RowMat r = RowMat::Zero(a.rows(), a.cols());
+    for (Index i = 0; i < a.rows(); ++i)
+        for (Index j = std::max<Index>(0, i + lo); j < a.cols() && j - i <= hi; ++j)
+            r(i, j) = a(i, j);
+    return r;
+}
+
+RowMat lower(R a, Index k = 0) { return band(a, -a.rows(), k); }
+RowMat upper(R a, Index k = 0) { return band(a, k, a.cols()); }
+
+RowMat kron(R a, R b)
+{
+    RowMat k(a.rows() * b.rows(), a.cols() * b.cols());
+    for (Index i = 0; i < a.rows(); ++i)
+        for (Index j = 0; j < a.cols(); ++j)
+            k.block(i * b.rows(), j * b.cols(), b.rows(), b.cols()) = a(i, j) * b;
+    return k;
+}
+
+RowMat withDiagonal(RowMat a, const Vec& diagonal)
+{
+    a.diagonal() = diagonal;
+    return a;
+}
+
+// A large diagonal keeps the triangular solves well conditioned.
+RowMat boosted(RowMat a)
+{
+    a.diagonal() *= 8.0;
+    return a;
+}
+
+Matrix boosted(const Matrix& a)
+{
+    Matrix r(a);
+    for (VoSize i = 0; i < r.rows; ++i)
+        r(i, i) *= 8.0;
+    return r;
+}
+
+// Row i of the result is row (3i + 1) mod n of the source.
+Vector permutation(VoSize n)
+{
+    Vector p(n);
+    for (VoSize i = 0; i < n; ++i)
+        p[i] = double((i * 3 + 1) % n);
+    return p;
 }
 
 const double Sentinel = -12345.678;
 
-// A random matrix, optionally a view into a larger buffer whose padding holds a
+// A random matrix; strided, it is a view into a larger buffer padded with a
 // sentinel, so that stride handling and stray writes both show.
 struct Operand
 {
@@ -44,13 +107,8 @@ struct Operand
     {
         std::uniform_real_distribution<double> dist(0.5, 2.0);
         std::bernoulli_distribution negative(0.5);
-        for (VoSize i = 0; i < storage.rows * storage.cols; ++i)
-            storage.data[i] = Sentinel;
-        if (strided) {
-            view = Matrix(rows, cols, storage.stride, &storage(1, 2), VO_DATA_VIEW);
-        } else {
-            view = Matrix(rows, cols);
-        }
+        std::fill(storage.data, storage.data + storage.rows * storage.cols, Sentinel);
+        view = strided ? Matrix(rows, cols, storage.stride, &storage(1, 2), VO_DATA_VIEW) : Matrix(rows, cols);
         for (VoSize r = 0; r < rows; ++r)
             for (VoSize c = 0; c < cols; ++c)
                 view(r, c) = negative(rng) ? -dist(rng) : dist(rng);
@@ -58,13 +116,10 @@ struct Operand
 
     bool paddingIntact() const
     {
-        for (VoSize r = 0; r < storage.rows; ++r)
-            for (VoSize c = 0; c < storage.cols; ++c) {
-                const bool inside = view.data == &storage(1, 2) && r >= 1 && r < view.rows + 1 && c >= 2
-                                 && c < view.cols + 2;
-                if (!inside && view.data == &storage(1, 2) && storage(r, c) != Sentinel)
+        for (VoSize r = 0; view.data == &storage(1, 2) && r < storage.rows; ++r)
+            for (VoSize c = 0; c < storage.cols; ++c)
+                if ((r < 1 || r > view.rows || c < 2 || c >= view.cols + 2) && storage(r, c) != Sentinel)
                     return false;
-            }
         return true;
     }
 };
@@ -75,30 +130,51 @@ struct Shape
     VoSize cols;
 };
 
-struct MatrixCase
-{
-    std::vector<Shape> operands;
-    Shape result;
-    // The target starts as a copy of this operand (for the accumulating forms), or random.
-    int initialFrom;
-    std::function<void(Matrix&, const std::vector<const Matrix*>&)> velo;
-    std::function<RowMat(const RowMat&, const std::vector<RowMat>&)> eigen;
-};
-
-struct VectorCase
+// A matrix result has a matrix shape; a vector result (velo/eigen for vectors set)
+// has `result.cols` elements and is a row view, like the vector operands.
+struct Case
 {
     std::vector<Shape> matrices;
     std::vector<VoSize> vectors;
-    VoSize result;
-    std::function<void(Vector&, const std::vector<const Matrix*>&, const std::vector<const Vector*>&)> velo;
-    std::function<Vec(const Vec&, const std::vector<RowMat>&, const std::vector<Vec>&)> eigen;
+    Shape result;
+    MatFn mat;
+    MatRef matRef;
+    VecFn vec;
+    VecRef vecRef;
 };
 
-double relativeError(const RowMat& actual, const RowMat& expected)
+// Random operands; vectors are row views over borrowed storage.
+struct Inputs
 {
-    const double scale = std::max(1.0, expected.cwiseAbs().maxCoeff());
-    return (actual - expected).cwiseAbs().maxCoeff() / scale;
-}
+    std::vector<Operand> operands;
+    std::vector<Vector> vectors;
+    std::vector<const Matrix*> ops;
+    std::vector<const Vector*> vops;
+    std::vector<RowMat> mats;
+    std::vector<Vec> vecs;
+
+    Inputs(const Case& c, bool strided, std::mt19937_64& rng)
+    {
+        operands.reserve(c.matrices.size() + c.vectors.size() + 1);
+        vectors.reserve(c.vectors.size() + 1);
+        for (const Shape s : c.matrices) {
+            operands.emplace_back(s.rows, s.cols, strided, rng);
+            ops.push_back(&operands.back().view);
+            mats.push_back(map(operands.back().view));
+        }
+        for (const VoSize n : c.vectors) {
+            operands.emplace_back(1, n, strided, rng);
+            vectors.emplace_back(operands.back().view, 0);
+            vops.push_back(&vectors.back());
+            vecs.push_back(map(vectors.back()));
+        }
+    }
+
+    bool paddingIntact() const
+    {
+        return std::all_of(operands.begin(), operands.end(), [](const Operand& o) { return o.paddingIntact(); });
+    }
+};
 
 } // namespace
 
@@ -107,637 +183,352 @@ class TestMatrixArith : public QObject
     Q_OBJECT
 
 private slots:
-    void matrixOperations_data();
-    void matrixOperations();
-    void vectorOperations_data();
-    void vectorOperations();
+    void operations_data();
+    void operations();
     void productDispatchBoundary_data();
     void productDispatchBoundary();
 
 private:
-    void addMatrixCase(const QString& name, MatrixCase c);
-    void addVectorCase(const QString& name, VectorCase c);
-    std::vector<MatrixCase> m_matrixCases;
-    std::vector<VectorCase> m_vectorCases;
+    void matrixCases();
+    void vectorCases();
+    void addM(const char* name, std::vector<Shape> operands, Shape result, MatFn velo, MatRef eigen);
+    void addV(const char* name, std::vector<Shape> matrices, std::vector<VoSize> vectors, VoSize result, VecFn velo,
+              VecRef eigen);
+    void add(const char* name, Case c);
+    QString m_tag;
+    std::vector<Case> m_cases;
 };
 
-void TestMatrixArith::addMatrixCase(const QString& name, MatrixCase c)
+void TestMatrixArith::add(const char* name, Case c)
 {
-    m_matrixCases.push_back(std::move(c));
-    const int index = int(m_matrixCases.size() - 1);
-    QTest::newRow(qPrintable(name + " dense")) << index << false;
-    QTest::newRow(qPrintable(name + " strided")) << index << true;
+    m_cases.push_back(std::move(c));
+    QTest::newRow(qPrintable(name + m_tag)) << int(m_cases.size() - 1) << false;
+    QTest::newRow(qPrintable(name + m_tag + " strided")) << int(m_cases.size() - 1) << true;
 }
 
-void TestMatrixArith::addVectorCase(const QString& name, VectorCase c)
+void TestMatrixArith::addM(const char* name, std::vector<Shape> operands, Shape result, MatFn velo, MatRef eigen)
 {
-    m_vectorCases.push_back(std::move(c));
-    QTest::newRow(qPrintable(name)) << int(m_vectorCases.size() - 1) << false;
-    QTest::newRow(qPrintable(name + " strided")) << int(m_vectorCases.size() - 1) << true;
+    add(name, {std::move(operands), {}, result, std::move(velo), std::move(eigen), {}, {}});
 }
 
-using Ops = std::vector<const Matrix*>;
-using Mats = std::vector<RowMat>;
+void TestMatrixArith::addV(const char* name, std::vector<Shape> matrices, std::vector<VoSize> vectors, VoSize result,
+                           VecFn velo, VecRef eigen)
+{
+    add(name, {std::move(matrices), std::move(vectors), {1, result}, {}, {}, std::move(velo), std::move(eigen)});
+}
 
-void TestMatrixArith::matrixOperations_data()
+void TestMatrixArith::operations_data()
 {
     QTest::addColumn<int>("index");
     QTest::addColumn<bool>("strided");
-    m_matrixCases.clear();
+    m_cases.clear();
+    matrixCases();
+    vectorCases();
+}
 
-    // Element-wise family over several shapes, one-row and one-column included.
-    const Shape shapes[] = {{3, 4}, {1, 7}, {6, 1}, {17, 19}};
+void TestMatrixArith::operations()
+{
+    QFETCH(int, index);
+    QFETCH(bool, strided);
+    const Case& c = m_cases[size_t(index)];
+    std::mt19937_64 rng(uint64_t(index) * 7919u + (strided ? 1u : 0u));
+    const Inputs in(c, strided, rng);
+    Operand target(c.result.rows, c.result.cols, strided, rng);
+    RowMat actual, expected;
+    if (c.mat) {
+        expected = c.matRef(map(target.view), in.mats);
+        c.mat(target.view, in.ops);
+        actual = map(target.view);
+    } else {
+        Vector v(target.view, 0);
+        expected = c.vecRef(map(v), in.mats, in.vecs).transpose();
+        c.vec(v, in.ops, in.vops);
+        actual = map(v).transpose();
+    }
+    QCOMPARE(actual.rows(), expected.rows());
+    QCOMPARE(actual.cols(), expected.cols());
+    const double error = (actual - expected).cwiseAbs().maxCoeff() / std::max(1.0, expected.cwiseAbs().maxCoeff());
+    QVERIFY2(error < 1e-12, qPrintable(QString("relative error %1").arg(error)));
+    QVERIFY2(target.paddingIntact() && in.paddingIntact(), "wrote outside a block");
+}
+
+void TestMatrixArith::matrixCases()
+{
+    const Shape shapes[] = {{1, 1}, {3, 4}, {1, 7}, {6, 1}, {5, 5}, {17, 19}, {16, 16}};
     for (const Shape s : shapes) {
-        const QString tag = QString("%1x%2").arg(s.rows).arg(s.cols);
-        const std::vector<Shape> two{s, s}, three{s, s, s}, four{s, s, s, s};
-        addMatrixCase("setMatAddMat " + tag, {two, s, -1, [](Matrix& t, const Ops& o) { t.setMatAddMat(*o[0], *o[1]); },
-                                               [](const RowMat&, const Mats& m) -> RowMat { return m[0] + m[1]; }});
-        addMatrixCase("setMatSubMat " + tag, {two, s, -1, [](Matrix& t, const Ops& o) { t.setMatSubMat(*o[0], *o[1]); },
-                                               [](const RowMat&, const Mats& m) -> RowMat { return m[0] - m[1]; }});
-        addMatrixCase("setMatAddMatAddMatSubMat " + tag,
-                      {four, s, -1, [](Matrix& t, const Ops& o) { t.setMatAddMatAddMatSubMat(*o[0], *o[1], *o[2], *o[3]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] + m[1] + m[2] - m[3]; }});
-        addMatrixCase("setMatAddScaMulMat " + tag,
-                      {two, s, -1, [](Matrix& t, const Ops& o) { t.setMatAddScaMulMat(*o[0], 0.3, *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] + 0.3 * m[1]; }});
-        addMatrixCase("setMatAddScaMulMatAddScaMulMat " + tag,
-                      {three, s, -1,
-                       [](Matrix& t, const Ops& o) { t.setMatAddScaMulMatAddScaMulMat(*o[0], 0.3, *o[1], -2.0, *o[2]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] + 0.3 * m[1] - 2.0 * m[2]; }});
-        addMatrixCase("setScaMulMatAddScaMulMat " + tag,
-                      {two, s, -1, [](Matrix& t, const Ops& o) { t.setScaMulMatAddScaMulMat(1.5, *o[0], -0.25, *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return 1.5 * m[0] - 0.25 * m[1]; }});
-        addMatrixCase("setScaMulMat " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setScaMulMat(-3.0, *o[0]); },
-                                               [](const RowMat&, const Mats& m) -> RowMat { return -3.0 * m[0]; }});
-        addMatrixCase("setSelfAddScaMulMat " + tag,
-                      {two, s, 1, [](Matrix& t, const Ops& o) { t.setSelfAddScaMulMat(0.5, *o[0]); },
-                       [](const RowMat& self, const Mats& m) -> RowMat { return self + 0.5 * m[0]; }});
-        addMatrixCase("setMatEMulMat " + tag, {two, s, -1, [](Matrix& t, const Ops& o) { t.setMatEMulMat(*o[0], *o[1]); },
-                                                [](const RowMat&, const Mats& m) -> RowMat { return m[0].cwiseProduct(m[1]); }});
-        addMatrixCase("setMatEDivMat " + tag, {two, s, -1, [](Matrix& t, const Ops& o) { t.setMatEDivMat(*o[0], *o[1]); },
-                                                [](const RowMat&, const Mats& m) -> RowMat { return m[0].cwiseQuotient(m[1]); }});
-        addMatrixCase("setScaMulMatEMulMat " + tag,
-                      {two, s, -1, [](Matrix& t, const Ops& o) { t.setScaMulMatEMulMat(2.0, *o[0], *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return 2.0 * m[0].cwiseProduct(m[1]); }});
-        addMatrixCase("setAbs " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setAbs(*o[0]); },
-                                         [](const RowMat&, const Mats& m) -> RowMat { return m[0].cwiseAbs(); }});
-        addMatrixCase("setMin " + tag, {two, s, -1, [](Matrix& t, const Ops& o) { t.setMin(*o[0], *o[1]); },
-                                         [](const RowMat&, const Mats& m) -> RowMat { return m[0].cwiseMin(m[1]); }});
-        addMatrixCase("setTransposeOf " + tag,
-                      {{s}, {s.cols, s.rows}, -1, [](Matrix& t, const Ops& o) { t.setTransposeOf(*o[0]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0].transpose(); }});
-        addMatrixCase("setTriU k=1 " + tag,
-                      {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setTriU(*o[0], 1); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0].triangularView<Eigen::StrictlyUpper>(); }});
-        addMatrixCase("setTriL " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setTriL(*o[0]); },
-                                          [](const RowMat&, const Mats& m) -> RowMat { return m[0].triangularView<Eigen::Lower>(); }});
-        addMatrixCase("setSelfAddTriL k=-1 " + tag,
-                      {two, s, 1, [](Matrix& t, const Ops& o) { t.setSelfAddTriL(*o[0], -1); },
-                       [](const RowMat& self, const Mats& m) -> RowMat {
-                           return self + RowMat(m[0].triangularView<Eigen::StrictlyLower>());
-                       }});
-        addMatrixCase("setVecMulVec " + tag,
-                      {{}, s, -1,
-                       [s](Matrix& t, const Ops&) {
-                           Vector a = Vector::constructRange(1.0, 0.5, 0.5 * double(s.rows + 1));
-                           Vector b = Vector::constructRange(-2.0, 0.25, -2.0 + 0.25 * double(s.cols - 1));
-                           t.setVecMulVec(a, b);
-                       },
-                       [s](const RowMat&, const Mats&) -> RowMat {
-                           Vec a = Vec::LinSpaced(Eigen::Index(s.rows), 1.0, 0.5 * double(s.rows + 1));
-                           Vec b = Vec::LinSpaced(Eigen::Index(s.cols), -2.0, -2.0 + 0.25 * double(s.cols - 1));
-                           return a * b.transpose();
-                       }});
-    }
+        m_tag = QString(" %1x%2").arg(s.rows).arg(s.cols);
+        addM("setMatAddMat", {s, s}, s, [](Matrix& t, O o) { t.setMatAddMat(*o[0], *o[1]); }, [](R, M m) -> RowMat { return m[0] + m[1]; });
+        addM("setMatSubMat", {s, s}, s, [](Matrix& t, O o) { t.setMatSubMat(*o[0], *o[1]); }, [](R, M m) -> RowMat { return m[0] - m[1]; });
+        addM("setMatAddMatAddMatSubMat", {s, s, s, s}, s,
+             [](Matrix& t, O o) { t.setMatAddMatAddMatSubMat(*o[0], *o[1], *o[2], *o[3]); },
+             [](R, M m) -> RowMat { return m[0] + m[1] + m[2] - m[3]; });
+        addM("setMatAddScaMulMat", {s, s}, s, [](Matrix& t, O o) { t.setMatAddScaMulMat(*o[0], 0.3, *o[1]); },
+             [](R, M m) -> RowMat { return m[0] + 0.3 * m[1]; });
+        addM("setMatAddScaMulMatAddScaMulMat", {s, s, s}, s,
+             [](Matrix& t, O o) { t.setMatAddScaMulMatAddScaMulMat(*o[0], 0.3, *o[1], -2.0, *o[2]); },
+             [](R, M m) -> RowMat { return m[0] + 0.3 * m[1] - 2.0 * m[2]; });
+        addM("setScaMulMatAddScaMulMat", {s, s}, s, [](Matrix& t, O o) { t.setScaMulMatAddScaMulMat(1.5, *o[0], -0.25, *o[1]); },
+             [](R, M m) -> RowMat { return 1.5 * m[0] - 0.25 * m[1]; });
+        addM("setScaMulMat", {s}, s, [](Matrix& t, O o) { t.setScaMulMat(-3.0, *o[0]); }, [](R, M m) -> RowMat { return -3.0 * m[0]; });
+        addM("setSelfAddScaMulMat", {s}, s, [](Matrix& t, O o) { t.setSelfAddScaMulMat(0.5, *o[0]); },
+             [](R self, M m) -> RowMat { return self + 0.5 * m[0]; });
+        addM("setMatEMulMat", {s, s}, s, [](Matrix& t, O o) { t.setMatEMulMat(*o[0], *o[1]); },
+             [](R, M m) -> RowMat { return m[0].cwiseProduct(m[1]); });
+        addM("setMatEDivMat", {s, s}, s, [](Matrix& t, O o) { t.setMatEDivMat(*o[0], *o[1]); },
+             [](R, M m) -> RowMat { return m[0].cwiseQuotient(m[1]); });
+        addM("setScaMulMatEMulMat", {s, s}, s, [](Matrix& t, O o) { t.setScaMulMatEMulMat(2.0, *o[0], *o[1]); },
+             [](R, M m) -> RowMat { return 2.0 * m[0].cwiseProduct(m[1]); });
+        addM("setAbs", {s}, s, [](Matrix& t, O o) { t.setAbs(*o[0]); }, [](R, M m) -> RowMat { return m[0].cwiseAbs(); });
+        addM("setSqrt", {s}, s, [](Matrix& t, O o) { Matrix a(*o[0]); a.setAbs(a); t.setSqrt(a); },
+             [](R, M m) -> RowMat { return m[0].cwiseAbs().cwiseSqrt(); });
+        addM("setMin", {s, s}, s, [](Matrix& t, O o) { t.setMin(*o[0], *o[1]); }, [](R, M m) -> RowMat { return m[0].cwiseMin(m[1]); });
+        addM("setTransposeOf", {s}, {s.cols, s.rows}, [](Matrix& t, O o) { t.setTransposeOf(*o[0]); },
+             [](R, M m) -> RowMat { return m[0].transpose(); });
+        addM("setTriU k=1", {s}, s, [](Matrix& t, O o) { t.setTriU(*o[0], 1); }, [](R, M m) { return upper(m[0], 1); });
+        addM("setTriL", {s}, s, [](Matrix& t, O o) { t.setTriL(*o[0]); }, [](R, M m) { return lower(m[0]); });
+        addM("setSelfAddTriL k=-1", {s}, s, [](Matrix& t, O o) { t.setSelfAddTriL(*o[0], -1); },
+             [](R self, M m) -> RowMat { return self + lower(m[0], -1); });
+        addM("setVecMulVec", {{1, s.rows}, {1, s.cols}}, s, [](Matrix& t, O o) { t.setVecMulVec(o[0]->row(0), o[1]->row(0)); },
+             [](R, M m) -> RowMat { return m[0].transpose() * m[1]; });
+        if (s.rows != s.cols)
+            continue;
 
-    // Square-only members.
-    for (const VoSize n : {VoSize(1), VoSize(4), VoSize(13)}) {
-        const Shape s{n, n};
-        const QString tag = QString("%1x%1").arg(n);
-        addMatrixCase("setMatAddTransMatMulSca " + tag,
-                      {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatAddTransMatMulSca(*o[0], *o[1], 0.7); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] + 0.7 * m[1].transpose(); }});
-        addMatrixCase("setMatAddIdentity " + tag,
-                      {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatAddIdentity(*o[0], 2.5); },
-                       [n](const RowMat&, const Mats& m) -> RowMat { return m[0] + 2.5 * RowMat::Identity(n, n); }});
-        addMatrixCase("setMatAddMatDiagonal " + tag,
-                      {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatAddMatDiagonal(*o[0], *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] + RowMat(m[1].diagonal().asDiagonal()); }});
-        addMatrixCase("setSymmetric " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setSymmetric(*o[0]); },
-                                               [](const RowMat&, const Mats& m) -> RowMat {
-                                                   return m[0].selfadjointView<Eigen::Upper>();
-                                               }});
-        addMatrixCase("setSymmetricTriL " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setSymmetricTriL(*o[0]); },
-                                                   [](const RowMat&, const Mats& m) -> RowMat {
-                                                       return m[0].selfadjointView<Eigen::Lower>();
-                                                   }});
-        addMatrixCase("setTransposeOfTriU " + tag,
-                      {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setTransposeOfTriU(*o[0]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return RowMat(m[0].triangularView<Eigen::Upper>()).transpose(); }});
-        addMatrixCase("setDiagMulDiag " + tag, {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setDiagMulDiag(*o[0], *o[1]); },
-                                                 [](const RowMat&, const Mats& m) -> RowMat {
-                                                     return RowMat(m[0].diagonal().cwiseProduct(m[1].diagonal()).asDiagonal());
-                                                 }});
-        addMatrixCase("setMatMulDiag " + tag, {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatMulDiag(*o[0], *o[1]); },
-                                                [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[1].diagonal().asDiagonal(); }});
-        addMatrixCase("setDiagMulMat " + tag, {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setDiagMulMat(*o[0], *o[1]); },
-                                                [](const RowMat&, const Mats& m) -> RowMat { return m[0].diagonal().asDiagonal() * m[1]; }});
-        addMatrixCase("setSelfAddDiagMulMat " + tag,
-                      {{s, s, s}, s, 2, [](Matrix& t, const Ops& o) { t.setSelfAddDiagMulMat(*o[0], *o[1]); },
-                       [](const RowMat& self, const Mats& m) -> RowMat { return self + m[0].diagonal().asDiagonal() * m[1]; }});
-        addMatrixCase("setABAt " + tag, {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setABAt(*o[0], *o[1]); },
-                                          [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[1] * m[0].transpose(); }});
-        addMatrixCase("setAtBA " + tag, {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setAtBA(*o[0], *o[1]); },
-                                          [](const RowMat&, const Mats& m) -> RowMat { return m[0].transpose() * m[1] * m[0]; }});
-        addMatrixCase("setABAtSymmetrical " + tag,
-                      {{s, s}, s, -1,
-                       [](Matrix& t, const Ops& o) {
-                           Matrix sym(*o[1]);
-                           sym.setSymmetric();
-                           t.setABAtSymmetrical(*o[0], sym);
-                       },
-                       [](const RowMat&, const Mats& m) -> RowMat {
-                           const RowMat sym = m[1].selfadjointView<Eigen::Upper>();
-                           return m[0] * sym * m[0].transpose();
-                       }});
-        addMatrixCase("setMatMulTransMatSymmetrical " + tag,
-                      {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatMulTransMatSymmetrical(*o[0], *o[0]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[0].transpose(); }});
-        addMatrixCase("setMatMulMatSymmetrical " + tag,
-                      {{s}, s, -1,
-                       [](Matrix& t, const Ops& o) {
-                           Matrix at(o[0]->cols, o[0]->rows);
-                           at.setTransposeOf(*o[0]);
-                           t.setMatMulMatSymmetrical(*o[0], at);
-                       },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[0].transpose(); }});
-        addMatrixCase("setMatMulMatTriL " + tag, {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatMulMatTriL(*o[0], *o[1]); },
-                                                   [](const RowMat&, const Mats& m) -> RowMat {
-                                                       return RowMat(m[0] * m[1]).triangularView<Eigen::Lower>();
-                                                   }});
-    }
-
-    // Diagonal, triangular and structured members on square operands; the
-    // "Diagonal" forms write the diagonal only, so the rest must stay as it was.
-    for (const VoSize n : {VoSize(1), VoSize(5), VoSize(16)}) {
-        const Shape s{n, n};
-        const QString tag = QString("%1x%1").arg(n);
-        auto keepOffDiagonal = [](const RowMat& self, const Vec& diagonal) -> RowMat {
-            RowMat r = self;
-            r.diagonal() = diagonal;
+        const VoSize n = s.rows;
+        addM("setMatAddTransMatMulSca", {s, s}, s, [](Matrix& t, O o) { t.setMatAddTransMatMulSca(*o[0], *o[1], 0.7); },
+             [](R, M m) -> RowMat { return m[0] + 0.7 * m[1].transpose(); });
+        addM("setMatAddIdentity", {s}, s, [](Matrix& t, O o) { t.setMatAddIdentity(*o[0], 2.5); },
+             [](R, M m) -> RowMat { return m[0] + 2.5 * eye(m[0].rows()); });
+        addM("setIdentity", {}, s, [](Matrix& t, O) { t.setIdentity(-2.0); }, [](R self, M) -> RowMat { return -2.0 * eye(self.rows()); });
+        addM("setMatAddMatDiagonal", {s, s}, s, [](Matrix& t, O o) { t.setMatAddMatDiagonal(*o[0], *o[1]); },
+             [](R, M m) -> RowMat { return m[0] + diagonalOf(m[1]); });
+        addM("setMatAddDiagVec", {s, s}, s, [](Matrix& t, O o) { t.setMatAddDiagVec(*o[0], o[1]->diag()); },
+             [](R, M m) -> RowMat { return m[0] + diagonalOf(m[1]); });
+        addM("setSelfAddDiag", {s}, s, [](Matrix& t, O o) { t.setSelfAddDiag(*o[0]); },
+             [](R self, M m) -> RowMat { return self + diagonalOf(m[0]); });
+        addM("setDiag vector", {s}, s, [](Matrix& t, O o) { t.setDiag(o[0]->row(0)); },
+             [](R, M m) -> RowMat { return m[0].row(0).asDiagonal(); });
+        addM("setDiag matrix", {s}, s, [](Matrix& t, O o) { t.setDiag(static_cast<const VoMatrix&>(*o[0])); },
+             [](R, M m) -> RowMat { return m[0].diagonal().asDiagonal(); });
+        addM("setDiagSquared", {s}, s, [](Matrix& t, O o) { t.setDiagSquared(o[0]->row(0)); },
+             [](R, M m) -> RowMat { return m[0].row(0).cwiseAbs2().asDiagonal(); });
+        addM("setSymmetric", {s}, s, [](Matrix& t, O o) { t.setSymmetric(*o[0]); },
+             [](R, M m) -> RowMat { return m[0].selfadjointView<Eigen::Upper>(); });
+        addM("setSymmetric in place", {}, s, [](Matrix& t, O) { t.setSymmetric(); },
+             [](R self, M) -> RowMat { return self.selfadjointView<Eigen::Upper>(); });
+        addM("setSymmetricTriL", {s}, s, [](Matrix& t, O o) { t.setSymmetricTriL(*o[0]); },
+             [](R, M m) -> RowMat { return m[0].selfadjointView<Eigen::Lower>(); });
+        addM("setTransposeOfTriU", {s}, s, [](Matrix& t, O o) { t.setTransposeOfTriU(*o[0]); },
+             [](R, M m) -> RowMat { return upper(m[0]).transpose(); });
+        addM("setTriU", {s}, s, [](Matrix& t, O o) { t.setTriU(*o[0]); }, [](R, M m) { return upper(m[0]); });
+        addM("setTriL k=1", {s}, s, [](Matrix& t, O o) { t.setTriL(*o[0], 1); }, [](R, M m) { return lower(m[0], 1); });
+        addM("setSelfAddTriL", {s}, s, [](Matrix& t, O o) { t.setSelfAddTriL(*o[0]); },
+             [](R self, M m) -> RowMat { return self + lower(m[0]); });
+        addM("setTriLMulDiag", {s}, s, [](Matrix& t, O o) { t.setTriLMulDiag(*o[0], o[0]->row(0)); },
+             [](R, M m) -> RowMat { return lower(m[0]) * m[0].row(0).asDiagonal(); });
+        addM("setSelfAddTriLMulDiag", {s}, s, [](Matrix& t, O o) { t.setSelfAddTriLMulDiag(*o[0], o[0]->row(0)); },
+             [](R self, M m) -> RowMat { return self + lower(m[0]) * m[0].row(0).asDiagonal(); });
+        addM("setDiagMulDiag", {s, s}, s, [](Matrix& t, O o) { t.setDiagMulDiag(*o[0], *o[1]); },
+             [](R, M m) -> RowMat { return m[0].diagonal().cwiseProduct(m[1].diagonal()).asDiagonal(); });
+        addM("setSelfAddDiagMulDiag", {s, s}, s, [](Matrix& t, O o) { t.setSelfAddDiagMulDiag(*o[0], *o[1]); },
+             [](R self, M m) -> RowMat { return self + RowMat(m[0].diagonal().cwiseProduct(m[1].diagonal()).asDiagonal()); });
+        addM("setMatMulDiag", {s, s}, s, [](Matrix& t, O o) { t.setMatMulDiag(*o[0], *o[1]); },
+             [](R, M m) -> RowMat { return m[0] * m[1].diagonal().asDiagonal(); });
+        addM("setMatMulDiag vector", {s}, s, [](Matrix& t, O o) { t.setMatMulDiag(*o[0], o[0]->col(0)); },
+             [](R, M m) -> RowMat { return m[0] * m[0].col(0).asDiagonal(); });
+        addM("setSelfAddMatMulDiag", {s, s}, s, [](Matrix& t, O o) { t.setSelfAddMatMulDiag(*o[0], *o[1]); },
+             [](R self, M m) -> RowMat { return self + m[0] * m[1].diagonal().asDiagonal(); });
+        addM("setSelfAddMatMulDiag vector", {s}, s, [](Matrix& t, O o) { t.setSelfAddMatMulDiag(*o[0], o[0]->row(0)); },
+             [](R self, M m) -> RowMat { return self + m[0] * m[0].row(0).asDiagonal(); });
+        addM("setDiagMulMat", {s, s}, s, [](Matrix& t, O o) { t.setDiagMulMat(*o[0], *o[1]); },
+             [](R, M m) -> RowMat { return m[0].diagonal().asDiagonal() * m[1]; });
+        addM("setDiagMulMat vector", {s}, s, [](Matrix& t, O o) { t.setDiagMulMat(o[0]->col(0), *o[0]); },
+             [](R, M m) -> RowMat { return m[0].col(0).asDiagonal() * m[0]; });
+        addM("setSelfAddDiagMulMat", {s, s}, s, [](Matrix& t, O o) { t.setSelfAddDiagMulMat(*o[0], *o[1]); },
+             [](R self, M m) -> RowMat { return self + m[0].diagonal().asDiagonal() * m[1]; });
+        addM("setSelfAddDiagMulMat vector", {s}, s, [](Matrix& t, O o) { t.setSelfAddDiagMulMat(o[0]->col(0), *o[0]); },
+             [](R self, M m) -> RowMat { return self + m[0].col(0).asDiagonal() * m[0]; });
+        // The "Diagonal" forms write the diagonal only; the rest must stay as it was.
+        addM("setMatMulMatDiagonal", {s, s}, s, [](Matrix& t, O o) { t.setMatMulMatDiagonal(*o[0], *o[1]); },
+             [](R self, M m) { return withDiagonal(self, (m[0] * m[1]).diagonal()); });
+        addM("setSelfMulMatDiagonal", {s}, s, [](Matrix& t, O o) { t.setSelfMulMatDiagonal(*o[0]); },
+             [](R self, M m) { return withDiagonal(self, (self * m[0]).diagonal()); });
+        addM("setMatEMulMatDiagonal", {s, s}, s, [](Matrix& t, O o) { t.setMatEMulMatDiagonal(*o[0], *o[1]); },
+             [](R self, M m) { return withDiagonal(self, m[0].diagonal().cwiseProduct(m[1].diagonal())); });
+        addM("setSqrtDiagonal", {s}, s, [](Matrix& t, O o) { Matrix a(*o[0]); a.setAbs(a); t.setSqrtDiagonal(a); },
+             [](R self, M m) { return withDiagonal(self, m[0].diagonal().cwiseAbs().cwiseSqrt()); });
+        addM("setABAtDiagonal", {s, s}, s, [](Matrix& t, O o) { t.setABAtDiagonal(*o[0], *o[1]); },
+             [](R self, M m) { return withDiagonal(self, (m[0] * m[1] * m[0].transpose()).diagonal()); });
+        addM("setABAt", {s, s}, s, [](Matrix& t, O o) { t.setABAt(*o[0], *o[1]); },
+             [](R, M m) -> RowMat { return m[0] * m[1] * m[0].transpose(); });
+        addM("setAtBA", {s, s}, s, [](Matrix& t, O o) { t.setAtBA(*o[0], *o[1]); },
+             [](R, M m) -> RowMat { return m[0].transpose() * m[1] * m[0]; });
+        addM("setABAtSymmetrical", {s, s}, s, 
+             [](Matrix& t, O o) { Matrix b(*o[1]); b.setSymmetric(); t.setABAtSymmetrical(*o[0], b); },
+             [](R, M m) -> RowMat { return m[0] * RowMat(m[1].selfadjointView<Eigen::Upper>()) * m[0].transpose(); });
+        addM("setMatMulTransMatSymmetrical", {s}, s, [](Matrix& t, O o) { t.setMatMulTransMatSymmetrical(*o[0], *o[0]); },
+             [](R, M m) -> RowMat { return m[0] * m[0].transpose(); });
+        addM("setMatMulMatSymmetrical", {s}, s, 
+             [](Matrix& t, O o) { Matrix at(o[0]->cols, o[0]->rows); at.setTransposeOf(*o[0]); t.setMatMulMatSymmetrical(*o[0], at); },
+             [](R, M m) -> RowMat { return m[0] * m[0].transpose(); });
+        addM("setTransMatMulMat(a)", {s}, s, [](Matrix& t, O o) { t.setTransMatMulMat(*o[0]); },
+             [](R, M m) -> RowMat { return m[0].transpose() * m[0]; });
+        addM("setMatMulMatTriL", {s, s}, s, [](Matrix& t, O o) { t.setMatMulMatTriL(*o[0], *o[1]); },
+             [](R, M m) { return lower(m[0] * m[1]); });
+        addM("setMatMulMatTriLSkip", {s, s}, s, [](Matrix& t, O o) { t.setMatMulMatTriLSkip(*o[0], *o[1], 2); },
+             [](R self, M m) {
+                 RowMat r = lower(m[0] * m[1]);
+                 r.topRows(std::min<Index>(2, r.rows())) = self.topRows(std::min<Index>(2, r.rows()));
+                 return r;
+             });
+        addM("setPermutation", {s}, s, [n](Matrix& t, O o) { t.setPermutation(*o[0], permutation(n)); }, [n](R, M m) {
+            RowMat r = m[0];
+            for (VoSize i = 0; i < n; ++i)
+                r.row(Index(i)) = m[0].row(Index(permutation(n)[i]));
             return r;
-        };
-        addMatrixCase("setMatAddDiagVec " + tag,
-                      {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatAddDiagVec(*o[0], o[1]->diag()); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] + RowMat(m[1].diagonal().asDiagonal()); }});
-        addMatrixCase("setIdentity " + tag, {{}, s, -1, [](Matrix& t, const Ops&) { t.setIdentity(-2.0); },
-                                              [n](const RowMat&, const Mats&) -> RowMat { return -2.0 * RowMat::Identity(n, n); }});
-        addMatrixCase("setDiag vector " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setDiag(o[0]->row(0)); },
-                                                 [](const RowMat&, const Mats& m) -> RowMat { return RowMat(m[0].row(0).asDiagonal()); }});
-        addMatrixCase("setDiag matrix " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setDiag(static_cast<const VoMatrix&>(*o[0])); },
-                                                 [](const RowMat&, const Mats& m) -> RowMat { return RowMat(m[0].diagonal().asDiagonal()); }});
-        addMatrixCase("setDiagSquared " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setDiagSquared(o[0]->row(0)); },
-                                                 [](const RowMat&, const Mats& m) -> RowMat {
-                                                     return RowMat(m[0].row(0).cwiseAbs2().asDiagonal());
-                                                 }});
-        addMatrixCase("setSelfAddDiag " + tag, {{s, s}, s, 1, [](Matrix& t, const Ops& o) { t.setSelfAddDiag(*o[0]); },
-                                                 [](const RowMat& self, const Mats& m) -> RowMat {
-                                                     return self + RowMat(m[0].diagonal().asDiagonal());
-                                                 }});
-        addMatrixCase("setMatMulMatDiagonal " + tag,
-                      {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatMulMatDiagonal(*o[0], *o[1]); },
-                       [keepOffDiagonal](const RowMat& self, const Mats& m) { return keepOffDiagonal(self, (m[0] * m[1]).diagonal()); }});
-        addMatrixCase("setSelfMulMatDiagonal " + tag,
-                      {{s, s}, s, 1, [](Matrix& t, const Ops& o) { t.setSelfMulMatDiagonal(*o[0]); },
-                       [keepOffDiagonal](const RowMat& self, const Mats& m) { return keepOffDiagonal(self, (self * m[0]).diagonal()); }});
-        addMatrixCase("setMatEMulMatDiagonal " + tag,
-                      {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatEMulMatDiagonal(*o[0], *o[1]); },
-                       [keepOffDiagonal](const RowMat& self, const Mats& m) {
-                           return keepOffDiagonal(self, m[0].diagonal().cwiseProduct(m[1].diagonal()));
-                       }});
-        addMatrixCase("setSqrtDiagonal " + tag,
-                      {{s}, s, -1,
-                       [](Matrix& t, const Ops& o) {
-                           Matrix a(*o[0]);
-                           a.setAbs(a);
-                           t.setSqrtDiagonal(a);
-                       },
-                       [keepOffDiagonal](const RowMat& self, const Mats& m) {
-                           return keepOffDiagonal(self, m[0].diagonal().cwiseAbs().cwiseSqrt());
-                       }});
-        addMatrixCase("setSqrt " + tag,
-                      {{s}, s, -1,
-                       [](Matrix& t, const Ops& o) {
-                           Matrix a(*o[0]);
-                           a.setAbs(a);
-                           t.setSqrt(a);
-                       },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0].cwiseAbs().cwiseSqrt(); }});
-        addMatrixCase("setABAtDiagonal " + tag,
-                      {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setABAtDiagonal(*o[0], *o[1]); },
-                       [keepOffDiagonal](const RowMat& self, const Mats& m) {
-                           return keepOffDiagonal(self, (m[0] * m[1] * m[0].transpose()).diagonal());
-                       }});
-        addMatrixCase("setTransMatMulMat(a) " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setTransMatMulMat(*o[0]); },
-                                                       [](const RowMat&, const Mats& m) -> RowMat { return m[0].transpose() * m[0]; }});
-        addMatrixCase("setSymmetric in place " + tag, {{s}, s, 0, [](Matrix& t, const Ops&) { t.setSymmetric(); },
-                                                        [](const RowMat& self, const Mats&) -> RowMat {
-                                                            return self.selfadjointView<Eigen::Upper>();
-                                                        }});
-        addMatrixCase("setTriU " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setTriU(*o[0]); },
-                                          [](const RowMat&, const Mats& m) -> RowMat { return m[0].triangularView<Eigen::Upper>(); }});
-        addMatrixCase("setTriL k=1 " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setTriL(*o[0], 1); },
-                                              [](const RowMat&, const Mats& m) -> RowMat {
-                                                  RowMat r = m[0].triangularView<Eigen::Lower>();
-                                                  for (Eigen::Index i = 0; i + 1 < r.rows(); ++i)
-                                                      r(i, i + 1) = m[0](i, i + 1);
-                                                  return r;
-                                              }});
-        addMatrixCase("setSelfAddTriL " + tag, {{s, s}, s, 1, [](Matrix& t, const Ops& o) { t.setSelfAddTriL(*o[0]); },
-                                                 [](const RowMat& self, const Mats& m) -> RowMat {
-                                                     return self + RowMat(m[0].triangularView<Eigen::Lower>());
-                                                 }});
-        addMatrixCase("setTriLMulDiag " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setTriLMulDiag(*o[0], o[0]->row(0)); },
-                                                 [](const RowMat&, const Mats& m) -> RowMat {
-                                                     return RowMat(m[0].triangularView<Eigen::Lower>()) * m[0].row(0).asDiagonal();
-                                                 }});
-        addMatrixCase("setSelfAddTriLMulDiag " + tag,
-                      {{s, s}, s, 1, [](Matrix& t, const Ops& o) { t.setSelfAddTriLMulDiag(*o[0], o[0]->row(0)); },
-                       [](const RowMat& self, const Mats& m) -> RowMat {
-                           return self + RowMat(m[0].triangularView<Eigen::Lower>()) * m[0].row(0).asDiagonal();
-                       }});
-        addMatrixCase("setMatMulMatTriLSkip " + tag,
-                      {{s, s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatMulMatTriLSkip(*o[0], *o[1], 2); },
-                       [](const RowMat& self, const Mats& m) -> RowMat {
-                           RowMat r = RowMat(m[0] * m[1]).triangularView<Eigen::Lower>();
-                           r.topRows(std::min<Eigen::Index>(2, r.rows())) = self.topRows(std::min<Eigen::Index>(2, r.rows()));
-                           return r;
-                       }});
-        addMatrixCase("setSelfAddMatMulDiag " + tag,
-                      {{s, s, s}, s, 2, [](Matrix& t, const Ops& o) { t.setSelfAddMatMulDiag(*o[0], *o[1]); },
-                       [](const RowMat& self, const Mats& m) -> RowMat { return self + m[0] * m[1].diagonal().asDiagonal(); }});
-        addMatrixCase("setSelfAddMatMulDiag vector " + tag,
-                      {{s, s}, s, 1, [](Matrix& t, const Ops& o) { t.setSelfAddMatMulDiag(*o[0], o[0]->row(0)); },
-                       [](const RowMat& self, const Mats& m) -> RowMat { return self + m[0] * m[0].row(0).asDiagonal(); }});
-        addMatrixCase("setSelfAddDiagMulDiag " + tag,
-                      {{s, s, s}, s, 2, [](Matrix& t, const Ops& o) { t.setSelfAddDiagMulDiag(*o[0], *o[1]); },
-                       [](const RowMat& self, const Mats& m) -> RowMat {
-                           return self + RowMat(m[0].diagonal().cwiseProduct(m[1].diagonal()).asDiagonal());
-                       }});
-        addMatrixCase("setMatMulDiag vector " + tag,
-                      {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setMatMulDiag(*o[0], o[0]->col(0)); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[0].col(0).asDiagonal(); }});
-        addMatrixCase("setDiagMulMat vector " + tag,
-                      {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setDiagMulMat(o[0]->col(0), *o[0]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0].col(0).asDiagonal() * m[0]; }});
-        addMatrixCase("setSelfAddDiagMulMat vector " + tag,
-                      {{s, s}, s, 1, [](Matrix& t, const Ops& o) { t.setSelfAddDiagMulMat(o[0]->col(0), *o[0]); },
-                       [](const RowMat& self, const Mats& m) -> RowMat { return self + m[0].col(0).asDiagonal() * m[0]; }});
-        addMatrixCase("setPermutation " + tag,
-                      {{s}, s, -1,
-                       [n](Matrix& t, const Ops& o) {
-                           Vector p(n);
-                           for (VoSize i = 0; i < n; ++i)
-                               p[i] = double((i * 3 + 1) % n);
-                           t.setPermutation(*o[0], p);
-                       },
-                       [n](const RowMat&, const Mats& m) -> RowMat {
-                           RowMat r(n, n);
-                           for (VoSize i = 0; i < n; ++i)
-                               r.row(Eigen::Index(i)) = m[0].row(Eigen::Index((i * 3 + 1) % n));
-                           return r;
-                       }});
-        addMatrixCase("setCrossTerms " + tag, {{s}, s, -1, [](Matrix& t, const Ops& o) { t.setCrossTerms(o[0]->row(0)); },
-                                                [](const RowMat&, const Mats& m) -> RowMat {
-                                                    return m[0].row(0).transpose() * m[0].row(0);
-                                                }});
-        addMatrixCase("setMatMulVec one column " + tag,
-                      {{s}, {n, 1}, -1, [](Matrix& t, const Ops& o) { t.setMatMulVec(*o[0], o[0]->row(0)); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[0].row(0).transpose(); }});
-        addMatrixCase("setVecMulMat one row " + tag,
-                      {{s}, {1, n}, -1, [](Matrix& t, const Ops& o) { t.setVecMulMat(o[0]->col(0), *o[0]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0].col(0).transpose() * m[0]; }});
-        addMatrixCase("setMatAddVec one column " + tag,
-                      {{{n, 1}, {1, n}}, {n, 1}, -1, [](Matrix& t, const Ops& o) { t.setMatAddVec(*o[0], o[1]->row(0)); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] + m[1].transpose(); }});
-        addMatrixCase("setKronTransMatMulMat " + tag,
-                      {{{n, 2}, {2, 3}}, {2 * 2, n * 3}, -1, [](Matrix& t, const Ops& o) { t.setKronTransMatMulMat(*o[0], *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat {
-                           const RowMat a = m[0].transpose();
-                           RowMat k(a.rows() * 2, a.cols() * 3);
-                           for (Eigen::Index i = 0; i < a.rows(); ++i)
-                               for (Eigen::Index j = 0; j < a.cols(); ++j)
-                                   k.block(i * 2, j * 3, 2, 3) = a(i, j) * m[1];
-                           return k;
-                       }});
-        addMatrixCase("setKronHorVecMulIdMulMat " + tag,
-                      {{{1, n}, {n * 3, 4}}, {3, 4}, -1, [](Matrix& t, const Ops& o) { t.setKronHorVecMulIdMulMat(o[0]->row(0), *o[1]); },
-                       [n](const RowMat&, const Mats& m) -> RowMat {
-                           RowMat k = RowMat::Zero(3, Eigen::Index(n) * 3);
-                           for (Eigen::Index j = 0; j < Eigen::Index(n); ++j)
-                               k.block(0, j * 3, 3, 3) = m[0](0, j) * RowMat::Identity(3, 3);
-                           return k * m[1];
-                       }});
+        });
+        addM("setCrossTerms", {s}, s, [](Matrix& t, O o) { t.setCrossTerms(o[0]->row(0)); },
+             [](R, M m) -> RowMat { return m[0].row(0).transpose() * m[0].row(0); });
+        addM("setMatMulVec one column", {s}, {n, 1}, [](Matrix& t, O o) { t.setMatMulVec(*o[0], o[0]->row(0)); },
+             [](R, M m) -> RowMat { return m[0] * m[0].row(0).transpose(); });
+        addM("setVecMulMat one row", {s}, {1, n}, [](Matrix& t, O o) { t.setVecMulMat(o[0]->col(0), *o[0]); },
+             [](R, M m) -> RowMat { return m[0].col(0).transpose() * m[0]; });
+        addM("setMatAddVec one column", {{n, 1}, {1, n}}, {n, 1}, [](Matrix& t, O o) { t.setMatAddVec(*o[0], o[1]->row(0)); },
+             [](R, M m) -> RowMat { return m[0] + m[1].transpose(); });
+        addM("setKronTransMatMulMat", {{n, 2}, {2, 3}}, {4, n * 3}, [](Matrix& t, O o) { t.setKronTransMatMulMat(*o[0], *o[1]); },
+             [](R, M m) { return kron(m[0].transpose(), m[1]); });
+        addM("setKronHorVecMulIdMulMat", {{1, n}, {n * 3, 4}}, {3, 4},
+             [](Matrix& t, O o) { t.setKronHorVecMulIdMulMat(o[0]->row(0), *o[1]); },
+             [](R, M m) -> RowMat { return kron(m[0], eye(3)) * m[1]; });
     }
 
     // Products over shapes that cover thin operands and both kernels.
-    const struct
-    {
-        VoSize m, k, n;
-    } dims[] = {{1, 1, 1}, {1, 9, 1}, {7, 1, 5}, {5, 7, 3}, {4, 6, 20}, {23, 17, 31}, {1, 40, 300},
-                {300, 270, 290}, {259, 259, 259}, {300, 100, 280}};
+    const MatRef product = [](R, M m) -> RowMat { return m[0] * m[1]; };
+    const MatRef productTransposed = [](R, M m) -> RowMat { return m[0] * m[1].transpose(); };
+    const VoSize dims[][3] = {{1, 1, 1},    {1, 9, 1},    {7, 1, 5},       {5, 7, 3},       {4, 6, 20},
+                              {23, 17, 31}, {1, 40, 300}, {300, 270, 290}, {259, 259, 259}, {300, 100, 280}};
     for (const auto& d : dims) {
-        const QString tag = QString("%1x%2x%3").arg(d.m).arg(d.k).arg(d.n);
-        const Shape a{d.m, d.k}, b{d.k, d.n}, bt{d.n, d.k}, r{d.m, d.n};
-        addMatrixCase("setMatMulMat " + tag, {{a, b}, r, -1, [](Matrix& t, const Ops& o) { t.setMatMulMat(*o[0], *o[1]); },
-                                               [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[1]; }});
-        addMatrixCase("setMatMulMatTrivial " + tag,
-                      {{a, b}, r, -1, [](Matrix& t, const Ops& o) { t.setMatMulMatTrivial(*o[0], *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[1]; }});
-        addMatrixCase("setMatMulMatBlocked " + tag,
-                      {{a, b}, r, -1, [](Matrix& t, const Ops& o) { t.setMatMulMatBlocked(*o[0], *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[1]; }});
-        addMatrixCase("setMatMulTransMat " + tag,
-                      {{a, bt}, r, -1, [](Matrix& t, const Ops& o) { t.setMatMulTransMat(*o[0], *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[1].transpose(); }});
-        addMatrixCase("setMatMulTransMatBlocked " + tag,
-                      {{a, bt}, r, -1, [](Matrix& t, const Ops& o) { t.setMatMulTransMatBlocked(*o[0], *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[1].transpose(); }});
-        if (d.m * d.k * d.n > 1000000)
+        const VoSize rows = d[0], inner = d[1], cols = d[2];
+        m_tag = QString(" %1x%2x%3").arg(rows).arg(inner).arg(cols);
+        const Shape a{rows, inner}, b{inner, cols}, bt{cols, inner}, r{rows, cols};
+        addM("setMatMulMat", {a, b}, r, [](Matrix& t, O o) { t.setMatMulMat(*o[0], *o[1]); }, product);
+        addM("setMatMulMatTrivial", {a, b}, r, [](Matrix& t, O o) { t.setMatMulMatTrivial(*o[0], *o[1]); }, product);
+        addM("setMatMulMatBlocked", {a, b}, r, [](Matrix& t, O o) { t.setMatMulMatBlocked(*o[0], *o[1]); }, product);
+        addM("setMatMulTransMat", {a, bt}, r, [](Matrix& t, O o) { t.setMatMulTransMat(*o[0], *o[1]); }, productTransposed);
+        addM("setMatMulTransMatBlocked", {a, bt}, r, [](Matrix& t, O o) { t.setMatMulTransMatBlocked(*o[0], *o[1]); }, productTransposed);
+        if (rows * inner * cols > 1000000)
             continue;
-        addMatrixCase("setTransMatMulMat " + tag,
-                      {{{d.k, d.m}, b}, r, -1, [](Matrix& t, const Ops& o) { t.setTransMatMulMat(*o[0], *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0].transpose() * m[1]; }});
-        addMatrixCase("setScaMulMatMulMat " + tag,
-                      {{a, b}, r, -1, [](Matrix& t, const Ops& o) { t.setScaMulMatMulMat(-0.5, *o[0], *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return -0.5 * m[0] * m[1]; }});
-        addMatrixCase("setSelfAddScaMulMatMulMat " + tag,
-                      {{a, b, r}, r, 2, [](Matrix& t, const Ops& o) { t.setSelfAddScaMulMatMulMat(3.0, *o[0], *o[1]); },
-                       [](const RowMat& self, const Mats& m) -> RowMat { return self + 3.0 * m[0] * m[1]; }});
-        addMatrixCase("setMatMulMatMulMat " + tag,
-                      {{a, b, {d.n, 3}}, {d.m, 3}, -1,
-                       [](Matrix& t, const Ops& o) { t.setMatMulMatMulMat(*o[0], *o[1], *o[2]); },
-                       [](const RowMat&, const Mats& m) -> RowMat { return m[0] * m[1] * m[2]; }});
-        addMatrixCase("setKronMatMulMat " + tag,
-                      {{{d.m, 2}, {3, d.n}}, {d.m * 3, 2 * d.n}, -1,
-                       [](Matrix& t, const Ops& o) { t.setKronMatMulMat(*o[0], *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat {
-                           RowMat k(m[0].rows() * m[1].rows(), m[0].cols() * m[1].cols());
-                           for (Eigen::Index i = 0; i < m[0].rows(); ++i)
-                               for (Eigen::Index j = 0; j < m[0].cols(); ++j)
-                                   k.block(i * m[1].rows(), j * m[1].cols(), m[1].rows(), m[1].cols()) = m[0](i, j) * m[1];
-                           return k;
-                       }});
-        addMatrixCase("setKronMatMulIdMulMat " + tag,
-                      {{a, {d.k * 2, d.n}}, {d.m * 2, d.n}, -1,
-                       [](Matrix& t, const Ops& o) { t.setKronMatMulIdMulMat(*o[0], *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat {
-                           RowMat k = RowMat::Zero(m[0].rows() * 2, m[0].cols() * 2);
-                           for (Eigen::Index i = 0; i < m[0].rows(); ++i)
-                               for (Eigen::Index j = 0; j < m[0].cols(); ++j)
-                                   k.block(i * 2, j * 2, 2, 2) = m[0](i, j) * RowMat::Identity(2, 2);
-                           return k * m[1];
-                       }});
-        addMatrixCase("setKronIdMulMatMulMat " + tag,
-                      {{a, {d.k * 3, d.n}}, {d.m * 3, d.n}, -1,
-                       [](Matrix& t, const Ops& o) { t.setKronIdMulMatMulMat(*o[0], *o[1]); },
-                       [](const RowMat&, const Mats& m) -> RowMat {
-                           RowMat k = RowMat::Zero(m[0].rows() * 3, m[0].cols() * 3);
-                           for (Eigen::Index s = 0; s < 3; ++s)
-                               k.block(s * m[0].rows(), s * m[0].cols(), m[0].rows(), m[0].cols()) = m[0];
-                           return k * m[1];
-                       }});
+        addM("setTransMatMulMat", {{inner, rows}, b}, r, [](Matrix& t, O o) { t.setTransMatMulMat(*o[0], *o[1]); },
+             [](R, M m) -> RowMat { return m[0].transpose() * m[1]; });
+        addM("setScaMulMatMulMat", {a, b}, r, [](Matrix& t, O o) { t.setScaMulMatMulMat(-0.5, *o[0], *o[1]); },
+             [](R, M m) -> RowMat { return -0.5 * m[0] * m[1]; });
+        addM("setSelfAddScaMulMatMulMat", {a, b}, r, [](Matrix& t, O o) { t.setSelfAddScaMulMatMulMat(3.0, *o[0], *o[1]); },
+             [](R self, M m) -> RowMat { return self + 3.0 * m[0] * m[1]; });
+        addM("setMatMulMatMulMat", {a, b, {cols, 3}}, {rows, 3}, [](Matrix& t, O o) { t.setMatMulMatMulMat(*o[0], *o[1], *o[2]); },
+             [](R, M m) -> RowMat { return m[0] * m[1] * m[2]; });
+        addM("setKronMatMulMat", {{rows, 2}, {3, cols}}, {rows * 3, 2 * cols},
+             [](Matrix& t, O o) { t.setKronMatMulMat(*o[0], *o[1]); }, [](R, M m) { return kron(m[0], m[1]); });
+        addM("setKronMatMulIdMulMat", {a, {inner * 2, cols}}, {rows * 2, cols},
+             [](Matrix& t, O o) { t.setKronMatMulIdMulMat(*o[0], *o[1]); },
+             [](R, M m) -> RowMat { return kron(m[0], eye(2)) * m[1]; });
+        addM("setKronIdMulMatMulMat", {a, {inner * 3, cols}}, {rows * 3, cols},
+             [](Matrix& t, O o) { t.setKronIdMulMatMulMat(*o[0], *o[1]); },
+             [](R, M m) -> RowMat { return kron(eye(3), m[0]) * m[1]; });
     }
 }
 
-void TestMatrixArith::matrixOperations()
+void TestMatrixArith::vectorCases()
 {
-    QFETCH(int, index);
-    QFETCH(bool, strided);
-    const MatrixCase& c = m_matrixCases[size_t(index)];
-    std::mt19937_64 rng(uint64_t(index) * 7919u + (strided ? 1u : 0u));
-
-    std::vector<Operand> operands;
-    operands.reserve(c.operands.size());
-    for (const Shape s : c.operands)
-        operands.emplace_back(s.rows, s.cols, strided, rng);
-    Operand target(c.result.rows, c.result.cols, strided, rng);
-    if (c.initialFrom >= 0)
-        target.view.setSub_mat(operands[size_t(c.initialFrom)].view, 0, 0, c.result.rows, c.result.cols);
-
-    Ops ops;
-    Mats mats;
-    for (const Operand& o : operands) {
-        ops.push_back(&o.view);
-        mats.push_back(map(o.view));
-    }
-    const RowMat before = map(target.view);
-    const RowMat expected = c.eigen(before, mats);
-    c.velo(target.view, ops);
-
-    QCOMPARE(VoSize(expected.rows()), target.view.rows);
-    QCOMPARE(VoSize(expected.cols()), target.view.cols);
-    const double error = relativeError(map(target.view), expected);
-    QVERIFY2(error < 1e-12, qPrintable(QString("relative error %1").arg(error)));
-    QVERIFY2(target.paddingIntact(), "wrote outside the target block");
-    for (const Operand& o : operands)
-        QVERIFY(o.paddingIntact());
-}
-
-void TestMatrixArith::vectorOperations_data()
-{
-    QTest::addColumn<int>("index");
-    QTest::addColumn<bool>("strided");
-    m_vectorCases.clear();
-
     for (const VoSize n : {VoSize(1), VoSize(3), VoSize(37)}) {
-        const QString tag = QString("n=%1").arg(n);
-        const std::vector<VoSize> two{n, n}, three{n, n, n};
-        using VOps = std::vector<const Vector*>;
-        using Vecs = std::vector<Vec>;
-        auto add = [&](const QString& name, std::vector<VoSize> vectors,
-                       std::function<void(Vector&, const VOps&)> velo, std::function<Vec(const Vec&, const Vecs&)> eigen) {
-            addVectorCase(name + " " + tag,
-                          {{}, std::move(vectors), n,
-                           [velo](Vector& t, const Ops&, const VOps& v) { velo(t, v); },
-                           [eigen](const Vec& self, const Mats&, const Vecs& v) { return eigen(self, v); }});
-        };
-        add("setVecAddVec", two, [](Vector& t, const VOps& v) { t.setVecAddVec(*v[0], *v[1]); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0] + v[1]; });
-        add("setVecSubVec", two, [](Vector& t, const VOps& v) { t.setVecSubVec(*v[0], *v[1]); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0] - v[1]; });
-        add("setVecAddVecAddVec", three, [](Vector& t, const VOps& v) { t.setVecAddVecAddVec(*v[0], *v[1], *v[2]); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0] + v[1] + v[2]; });
-        add("setVecAddVecSubVec", three, [](Vector& t, const VOps& v) { t.setVecAddVecSubVec(*v[0], *v[1], *v[2]); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0] + v[1] - v[2]; });
-        add("setVecAddVecMulSca", two, [](Vector& t, const VOps& v) { t.setVecAddVecMulSca(*v[0], *v[1], 0.25); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0] + 0.25 * v[1]; });
-        add("setVecAddScaMulVec", two, [](Vector& t, const VOps& v) { t.setVecAddScaMulVec(*v[0], -4.0, *v[1]); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0] - 4.0 * v[1]; });
-        add("setVecAddScaMulVecAddScaMulVec", three,
-            [](Vector& t, const VOps& v) { t.setVecAddScaMulVecAddScaMulVec(*v[0], 2.0, *v[1], 3.0, *v[2]); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0] + 2.0 * v[1] + 3.0 * v[2]; });
-        add("setScaMulVecAddScaMulVec", two, [](Vector& t, const VOps& v) { t.setScaMulVecAddScaMulVec(2.0, *v[0], 3.0, *v[1]); },
-            [](const Vec&, const Vecs& v) -> Vec { return 2.0 * v[0] + 3.0 * v[1]; });
-        add("setScaMulVec", {n}, [](Vector& t, const VOps& v) { t.setScaMulVec(1.5, *v[0]); },
-            [](const Vec&, const Vecs& v) -> Vec { return 1.5 * v[0]; });
-        add("setScaDivVec", {n}, [](Vector& t, const VOps& v) { t.setScaDivVec(1.5, *v[0]); },
-            [](const Vec&, const Vecs& v) -> Vec { return 1.5 * v[0].cwiseInverse(); });
-        add("setVecEMulVec", two, [](Vector& t, const VOps& v) { t.setVecEMulVec(*v[0], *v[1]); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0].cwiseProduct(v[1]); });
-        add("setVecEDivVec", two, [](Vector& t, const VOps& v) { t.setVecEDivVec(*v[0], *v[1]); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0].cwiseQuotient(v[1]); });
-        add("setNegVec", {n}, [](Vector& t, const VOps& v) { t.setNegVec(*v[0]); },
-            [](const Vec&, const Vecs& v) -> Vec { return -v[0]; });
-        add("setAbs", {n}, [](Vector& t, const VOps& v) { t.setAbs(*v[0]); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0].cwiseAbs(); });
-        add("setSqrt", {n},
-            [](Vector& t, const VOps& v) {
-                t.setAbs(*v[0]);
-                t.setSqrt(t);
-            },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0].cwiseAbs().cwiseSqrt(); });
-        add("setMax", two, [](Vector& t, const VOps& v) { t.setMax(*v[0], *v[1]); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0].cwiseMax(v[1]); });
-        add("setMin", two, [](Vector& t, const VOps& v) { t.setMin(*v[0], *v[1]); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0].cwiseMin(v[1]); });
-        add("setClamped scalars", {n}, [](Vector& t, const VOps& v) { t.setClamped(*v[0], -1.0, 1.0); },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0].cwiseMax(-1.0).cwiseMin(1.0); });
-        add("setClamped vectors", three,
-            [](Vector& t, const VOps& v) {
-                Vector lo(v[1]->size), hi(v[1]->size);
-                lo.setMin(*v[1], *v[2]);
-                hi.setMax(*v[1], *v[2]);
-                t.setClamped(*v[0], lo, hi);
-            },
-            [](const Vec&, const Vecs& v) -> Vec { return v[0].cwiseMax(v[1].cwiseMin(v[2])).cwiseMin(v[1].cwiseMax(v[2])); });
-        add("setInterpolated", two, [](Vector& t, const VOps& v) { t.setInterpolated(0.25, *v[0], *v[1]); },
-            [](const Vec&, const Vecs& v) -> Vec { return 0.25 * v[0] + 0.75 * v[1]; });
+        m_tag = QString(" n=%1").arg(n);
+        addV("setVecAddVec", {}, {n, n}, n, [](Vector& t, O, VO v) { t.setVecAddVec(*v[0], *v[1]); },
+             [](CV, M, VS v) -> Vec { return v[0] + v[1]; });
+        addV("setVecSubVec", {}, {n, n}, n, [](Vector& t, O, VO v) { t.setVecSubVec(*v[0], *v[1]); },
+             [](CV, M, VS v) -> Vec { return v[0] - v[1]; });
+        addV("setVecAddVecAddVec", {}, {n, n, n}, n, [](Vector& t, O, VO v) { t.setVecAddVecAddVec(*v[0], *v[1], *v[2]); },
+             [](CV, M, VS v) -> Vec { return v[0] + v[1] + v[2]; });
+        addV("setVecAddVecSubVec", {}, {n, n, n}, n, [](Vector& t, O, VO v) { t.setVecAddVecSubVec(*v[0], *v[1], *v[2]); },
+             [](CV, M, VS v) -> Vec { return v[0] + v[1] - v[2]; });
+        addV("setVecAddVecMulSca", {}, {n, n}, n, [](Vector& t, O, VO v) { t.setVecAddVecMulSca(*v[0], *v[1], 0.25); },
+             [](CV, M, VS v) -> Vec { return v[0] + 0.25 * v[1]; });
+        addV("setVecAddScaMulVec", {}, {n, n}, n, [](Vector& t, O, VO v) { t.setVecAddScaMulVec(*v[0], -4.0, *v[1]); },
+             [](CV, M, VS v) -> Vec { return v[0] - 4.0 * v[1]; });
+        addV("setVecAddScaMulVecAddScaMulVec", {}, {n, n, n}, n,
+             [](Vector& t, O, VO v) { t.setVecAddScaMulVecAddScaMulVec(*v[0], 2.0, *v[1], 3.0, *v[2]); },
+             [](CV, M, VS v) -> Vec { return v[0] + 2.0 * v[1] + 3.0 * v[2]; });
+        addV("setScaMulVecAddScaMulVec", {}, {n, n}, n,
+             [](Vector& t, O, VO v) { t.setScaMulVecAddScaMulVec(2.0, *v[0], 3.0, *v[1]); },
+             [](CV, M, VS v) -> Vec { return 2.0 * v[0] + 3.0 * v[1]; });
+        addV("setScaMulVec", {}, {n}, n, [](Vector& t, O, VO v) { t.setScaMulVec(1.5, *v[0]); },
+             [](CV, M, VS v) -> Vec { return 1.5 * v[0]; });
+        addV("setScaDivVec", {}, {n}, n, [](Vector& t, O, VO v) { t.setScaDivVec(1.5, *v[0]); },
+             [](CV, M, VS v) -> Vec { return 1.5 * v[0].cwiseInverse(); });
+        addV("setVecEMulVec", {}, {n, n}, n, [](Vector& t, O, VO v) { t.setVecEMulVec(*v[0], *v[1]); },
+             [](CV, M, VS v) -> Vec { return v[0].cwiseProduct(v[1]); });
+        addV("setVecEDivVec", {}, {n, n}, n, [](Vector& t, O, VO v) { t.setVecEDivVec(*v[0], *v[1]); },
+             [](CV, M, VS v) -> Vec { return v[0].cwiseQuotient(v[1]); });
+        addV("setNegVec", {}, {n}, n, [](Vector& t, O, VO v) { t.setNegVec(*v[0]); }, [](CV, M, VS v) -> Vec { return -v[0]; });
+        addV("setAbs", {}, {n}, n, [](Vector& t, O, VO v) { t.setAbs(*v[0]); }, [](CV, M, VS v) -> Vec { return v[0].cwiseAbs(); });
+        addV("setSqrt", {}, {n}, n, [](Vector& t, O, VO v) { t.setAbs(*v[0]); t.setSqrt(t); },
+             [](CV, M, VS v) -> Vec { return v[0].cwiseAbs().cwiseSqrt(); });
+        addV("setMax", {}, {n, n}, n, [](Vector& t, O, VO v) { t.setMax(*v[0], *v[1]); },
+             [](CV, M, VS v) -> Vec { return v[0].cwiseMax(v[1]); });
+        addV("setMin", {}, {n, n}, n, [](Vector& t, O, VO v) { t.setMin(*v[0], *v[1]); },
+             [](CV, M, VS v) -> Vec { return v[0].cwiseMin(v[1]); });
+        addV("setClamped scalars", {}, {n}, n, [](Vector& t, O, VO v) { t.setClamped(*v[0], -1.0, 1.0); },
+             [](CV, M, VS v) -> Vec { return v[0].cwiseMax(-1.0).cwiseMin(1.0); });
+        addV("setClamped vectors", {}, {n, n, n}, n,
+             [](Vector& t, O, VO v) {
+                 Vector lo(v[1]->size), hi(v[1]->size);
+                 lo.setMin(*v[1], *v[2]);
+                 hi.setMax(*v[1], *v[2]);
+                 t.setClamped(*v[0], lo, hi);
+             },
+             [](CV, M, VS v) -> Vec { return v[0].cwiseMax(v[1].cwiseMin(v[2])).cwiseMin(v[1].cwiseMax(v[2])); });
+        addV("setInterpolated", {}, {n, n}, n, [](Vector& t, O, VO v) { t.setInterpolated(0.25, *v[0], *v[1]); },
+             [](CV, M, VS v) -> Vec { return 0.25 * v[0] + 0.75 * v[1]; });
 
-        // Matrix-vector products with m rows and n columns.
-        const VoSize m = n + 2;
-        const Shape mn{m, n}, nn{n, n};
-        addVectorCase("setMatMulVec " + tag, {{mn}, {n}, m, [](Vector& t, const Ops& o, const VOps& v) { t.setMatMulVec(*o[0], *v[0]); },
-                                               [](const Vec&, const Mats& o, const Vecs& v) -> Vec { return o[0] * v[0]; }});
-        addVectorCase("setTransMatMulVec " + tag,
-                      {{mn}, {m}, n, [](Vector& t, const Ops& o, const VOps& v) { t.setTransMatMulVec(*o[0], *v[0]); },
-                       [](const Vec&, const Mats& o, const Vecs& v) -> Vec { return o[0].transpose() * v[0]; }});
-        addVectorCase("setVecMulMat " + tag, {{mn}, {m}, n, [](Vector& t, const Ops& o, const VOps& v) { t.setVecMulMat(*v[0], *o[0]); },
-                                               [](const Vec&, const Mats& o, const Vecs& v) -> Vec { return o[0].transpose() * v[0]; }});
-        addVectorCase("setTriLMulVec " + tag,
-                      {{nn}, {n}, n, [](Vector& t, const Ops& o, const VOps& v) { t.setTriLMulVec(*o[0], *v[0]); },
-                       [](const Vec&, const Mats& o, const Vecs& v) -> Vec { return o[0].triangularView<Eigen::Lower>() * v[0]; }});
-        addVectorCase("setMatMulVecMulSca " + tag,
-                      {{mn}, {n}, m, [](Vector& t, const Ops& o, const VOps& v) { t.setMatMulVecMulSca(*o[0], *v[0], 0.5); },
-                       [](const Vec&, const Mats& o, const Vecs& v) -> Vec { return 0.5 * (o[0] * v[0]); }});
-        addVectorCase("setScaMulMatMulVecAddVec " + tag,
-                      {{mn}, {n, m}, m,
-                       [](Vector& t, const Ops& o, const VOps& v) { t.setScaMulMatMulVecAddVec(2.0, *o[0], *v[0], *v[1]); },
-                       [](const Vec&, const Mats& o, const Vecs& v) -> Vec { return 2.0 * (o[0] * v[0]) + v[1]; }});
-        addVectorCase("setMatMulVecAddVecMulSca " + tag,
-                      {{mn}, {n, m}, m,
-                       [](Vector& t, const Ops& o, const VOps& v) { t.setMatMulVecAddVecMulSca(*o[0], *v[0], *v[1], -3.0); },
-                       [](const Vec&, const Mats& o, const Vecs& v) -> Vec { return o[0] * v[0] - 3.0 * v[1]; }});
-        addVectorCase("setSelfAddScaMulMatMulVec " + tag,
-                      {{mn}, {n}, m, [](Vector& t, const Ops& o, const VOps& v) { t.setSelfAddScaMulMatMulVec(0.5, *o[0], *v[0]); },
-                       [](const Vec& self, const Mats& o, const Vecs& v) -> Vec { return self + 0.5 * (o[0] * v[0]); }});
-        addVectorCase("setLeftDivideTriU " + tag,
-                      {{nn}, {n}, n,
-                       [](Vector& t, const Ops& o, const VOps& v) {
-                           Matrix u(*o[0]);
-                           for (VoSize i = 0; i < u.rows; ++i)
-                               u(i, i) += 4.0 * (u(i, i) < 0 ? -1.0 : 1.0);
-                           t.setLeftDivideTriU(u, *v[0]);
-                       },
-                       [](const Vec&, const Mats& o, const Vecs& v) -> Vec {
-                           RowMat u = o[0];
-                           for (Eigen::Index i = 0; i < u.rows(); ++i)
-                               u(i, i) += 4.0 * (u(i, i) < 0 ? -1.0 : 1.0);
-                           return u.triangularView<Eigen::Upper>().solve(v[0]);
-                       }});
-        addVectorCase("setLeftDivideTriL " + tag,
-                      {{nn}, {n}, n,
-                       [](Vector& t, const Ops& o, const VOps& v) {
-                           Matrix l(*o[0]);
-                           for (VoSize i = 0; i < l.rows; ++i)
-                               l(i, i) += 4.0 * (l(i, i) < 0 ? -1.0 : 1.0);
-                           t.setLeftDivideTriL(l, *v[0]);
-                       },
-                       [](const Vec&, const Mats& o, const Vecs& v) -> Vec {
-                           RowMat l = o[0];
-                           for (Eigen::Index i = 0; i < l.rows(); ++i)
-                               l(i, i) += 4.0 * (l(i, i) < 0 ? -1.0 : 1.0);
-                           return l.triangularView<Eigen::Lower>().solve(v[0]);
-                       }});
-        addVectorCase("setLeftDivideDiag " + tag,
-                      {{nn}, {n}, n, [](Vector& t, const Ops& o, const VOps& v) { t.setLeftDivideDiag(*o[0], *v[0]); },
-                       [](const Vec&, const Mats& o, const Vecs& v) -> Vec { return v[0].cwiseQuotient(o[0].diagonal()); }});
-        addVectorCase("setSumSquaresMat " + tag,
-                      {{mn}, {}, n, [](Vector& t, const Ops& o, const VOps&) { t.setSumSquaresMat(*o[0]); },
-                       [](const Vec&, const Mats& o, const Vecs&) -> Vec { return o[0].cwiseAbs2().colwise().sum().transpose(); }});
-        addVectorCase("setNormOfRows " + tag,
-                      {{mn}, {}, m, [](Vector& t, const Ops& o, const VOps&) { t.setNormOfRows(*o[0]); },
-                       [](const Vec&, const Mats& o, const Vecs&) -> Vec { return o[0].rowwise().norm(); }});
-        addVectorCase("setDiagMatMulMat " + tag,
-                      {{mn, {n, m}}, {}, std::min(m, m), [](Vector& t, const Ops& o, const VOps&) { t.setDiagMatMulMat(*o[0], *o[1]); },
-                       [](const Vec&, const Mats& o, const Vecs&) -> Vec { return RowMat(o[0] * o[1]).diagonal(); }});
-        addVectorCase("setDiagMatMulTransMat " + tag,
-                      {{mn, mn}, {}, m, [](Vector& t, const Ops& o, const VOps&) { t.setDiagMatMulTransMat(*o[0], *o[1]); },
-                       [](const Vec&, const Mats& o, const Vecs&) -> Vec { return RowMat(o[0] * o[1].transpose()).diagonal(); }});
-        addVectorCase("setMatCol " + tag, {{mn}, {}, m, [](Vector& t, const Ops& o, const VOps&) { t.setMatCol(*o[0], o[0]->cols - 1); },
-                                            [](const Vec&, const Mats& o, const Vecs&) -> Vec { return o[0].col(o[0].cols() - 1); }});
-        addVectorCase("setMatRow " + tag, {{mn}, {}, n, [](Vector& t, const Ops& o, const VOps&) { t.setMatRow(*o[0], 1); },
-                                            [](const Vec&, const Mats& o, const Vecs&) -> Vec { return o[0].row(1).transpose(); }});
-        addVectorCase("setDiag " + tag, {{mn}, {}, n, [](Vector& t, const Ops& o, const VOps&) { t.setDiag(*o[0]); },
-                                          [](const Vec&, const Mats& o, const Vecs&) -> Vec { return o[0].diagonal(); }});
+        // Matrix-vector products with rows = n + 2 and n columns.
+        const VoSize rows = n + 2;
+        const Shape mn{rows, n}, nm{n, rows}, nn{n, n};
+        addV("setMatMulVec", {mn}, {n}, rows, [](Vector& t, O o, VO v) { t.setMatMulVec(*o[0], *v[0]); },
+             [](CV, M m, VS v) -> Vec { return m[0] * v[0]; });
+        addV("setTransMatMulVec", {mn}, {rows}, n, [](Vector& t, O o, VO v) { t.setTransMatMulVec(*o[0], *v[0]); },
+             [](CV, M m, VS v) -> Vec { return m[0].transpose() * v[0]; });
+        addV("setVecMulMat", {mn}, {rows}, n, [](Vector& t, O o, VO v) { t.setVecMulMat(*v[0], *o[0]); },
+             [](CV, M m, VS v) -> Vec { return m[0].transpose() * v[0]; });
+        addV("setTriLMulVec", {nn}, {n}, n, [](Vector& t, O o, VO v) { t.setTriLMulVec(*o[0], *v[0]); },
+             [](CV, M m, VS v) -> Vec { return lower(m[0]) * v[0]; });
+        addV("setMatMulVecMulSca", {mn}, {n}, rows, [](Vector& t, O o, VO v) { t.setMatMulVecMulSca(*o[0], *v[0], 0.5); },
+             [](CV, M m, VS v) -> Vec { return 0.5 * (m[0] * v[0]); });
+        addV("setScaMulMatMulVecAddVec", {mn}, {n, rows}, rows,
+             [](Vector& t, O o, VO v) { t.setScaMulMatMulVecAddVec(2.0, *o[0], *v[0], *v[1]); },
+             [](CV, M m, VS v) -> Vec { return 2.0 * (m[0] * v[0]) + v[1]; });
+        addV("setMatMulVecAddVecMulSca", {mn}, {n, rows}, rows,
+             [](Vector& t, O o, VO v) { t.setMatMulVecAddVecMulSca(*o[0], *v[0], *v[1], -3.0); },
+             [](CV, M m, VS v) -> Vec { return m[0] * v[0] - 3.0 * v[1]; });
+        addV("setSelfAddScaMulMatMulVec", {mn}, {n}, rows,
+             [](Vector& t, O o, VO v) { t.setSelfAddScaMulMatMulVec(0.5, *o[0], *v[0]); },
+             [](CV self, M m, VS v) -> Vec { return self + 0.5 * (m[0] * v[0]); });
+        addV("setLeftDivideTriU", {nn}, {n}, n, [](Vector& t, O o, VO v) { t.setLeftDivideTriU(boosted(*o[0]), *v[0]); },
+             [](CV, M m, VS v) -> Vec { return boosted(m[0]).triangularView<Eigen::Upper>().solve(v[0]); });
+        addV("setLeftDivideTriL", {nn}, {n}, n, [](Vector& t, O o, VO v) { t.setLeftDivideTriL(boosted(*o[0]), *v[0]); },
+             [](CV, M m, VS v) -> Vec { return boosted(m[0]).triangularView<Eigen::Lower>().solve(v[0]); });
+        addV("setLeftDivideDiag", {nn}, {n}, n, [](Vector& t, O o, VO v) { t.setLeftDivideDiag(*o[0], *v[0]); },
+             [](CV, M m, VS v) -> Vec { return v[0].cwiseQuotient(m[0].diagonal()); });
+        addV("setSumSquaresMat", {mn}, {}, n, [](Vector& t, O o, VO) { t.setSumSquaresMat(*o[0]); },
+             [](CV, M m, VS) -> Vec { return m[0].cwiseAbs2().colwise().sum().transpose(); });
+        addV("setNormOfRows", {mn}, {}, rows, [](Vector& t, O o, VO) { t.setNormOfRows(*o[0]); },
+             [](CV, M m, VS) -> Vec { return m[0].rowwise().norm(); });
+        addV("setDiagMatMulMat", {mn, nm}, {}, rows, [](Vector& t, O o, VO) { t.setDiagMatMulMat(*o[0], *o[1]); },
+             [](CV, M m, VS) -> Vec { return RowMat(m[0] * m[1]).diagonal(); });
+        addV("setDiagMatMulTransMat", {mn, mn}, {}, rows, [](Vector& t, O o, VO) { t.setDiagMatMulTransMat(*o[0], *o[1]); },
+             [](CV, M m, VS) -> Vec { return RowMat(m[0] * m[1].transpose()).diagonal(); });
+        addV("setMatCol", {mn}, {}, rows, [](Vector& t, O o, VO) { t.setMatCol(*o[0], o[0]->cols - 1); },
+             [](CV, M m, VS) -> Vec { return m[0].col(m[0].cols() - 1); });
+        addV("setMatRow", {mn}, {}, n, [](Vector& t, O o, VO) { t.setMatRow(*o[0], 1); },
+             [](CV, M m, VS) -> Vec { return m[0].row(1).transpose(); });
+        addV("setDiag", {mn}, {}, n, [](Vector& t, O o, VO) { t.setDiag(*o[0]); }, [](CV, M m, VS) -> Vec { return m[0].diagonal(); });
     }
-}
-
-void TestMatrixArith::vectorOperations()
-{
-    QFETCH(int, index);
-    QFETCH(bool, strided);
-    const VectorCase& c = m_vectorCases[size_t(index)];
-    std::mt19937_64 rng(uint64_t(index) * 104729u + (strided ? 1u : 0u));
-
-    std::vector<Operand> matrices;
-    matrices.reserve(c.matrices.size());
-    for (const Shape s : c.matrices)
-        matrices.emplace_back(s.rows, s.cols, strided, rng);
-    // Vectors as row views of random matrices: views over borrowed storage.
-    std::vector<Operand> vectorStorage;
-    vectorStorage.reserve(c.vectors.size() + 1);
-    std::vector<Vector> vectors;
-    vectors.reserve(c.vectors.size());
-    for (const VoSize n : c.vectors) {
-        vectorStorage.emplace_back(1, n, strided, rng);
-        vectors.emplace_back(vectorStorage.back().view, 0);
-    }
-    vectorStorage.emplace_back(1, c.result, strided, rng);
-    Vector target(vectorStorage.back().view, 0);
-
-    Ops ops;
-    Mats mats;
-    for (const Operand& o : matrices) {
-        ops.push_back(&o.view);
-        mats.push_back(map(o.view));
-    }
-    std::vector<const Vector*> vops;
-    std::vector<Vec> vecs;
-    for (const Vector& v : vectors) {
-        vops.push_back(&v);
-        vecs.push_back(map(v));
-    }
-    const Vec before = map(target);
-    const Vec expected = c.eigen(before, mats, vecs);
-    c.velo(target, ops, vops);
-
-    QCOMPARE(VoSize(expected.size()), target.size);
-    const double scale = std::max(1.0, expected.cwiseAbs().maxCoeff());
-    const double error = (map(target) - expected).cwiseAbs().maxCoeff() / scale;
-    QVERIFY2(error < 1e-12, qPrintable(QString("relative error %1").arg(error)));
-    for (const Operand& o : vectorStorage)
-        QVERIFY(o.paddingIntact());
 }
 
 void TestMatrixArith::productDispatchBoundary_data()
