@@ -32,7 +32,26 @@ public:
     void shareXScale(KivGraphWidget* from) const;
     //! The same, once the event under way has been handled.
     void shareXScaleLater(KivWidget* panel, KivGraphWidget* from);
+    //! Calls \a apply on \a graph and then \a set where a graph is given, else on \a set
+    //! alone, else on every graph.
+    template <typename Apply>
+    void applyToGraphOrSet(KivGraphWidget* graph, KivDataSet* set, Apply apply) const;
 };
+
+template <typename Apply>
+void KivWidgetPrivate::applyToGraphOrSet(KivGraphWidget* graph, KivDataSet* set, Apply apply) const
+{
+    if (graph) {
+        apply(graph);
+        if (set)
+            apply(set);
+    } else if (set) {
+        apply(set);
+    } else {
+        for (KivGraphWidget* g : graphs)
+            apply(g);
+    }
+}
 
 void KivWidgetPrivate::shareXScale(KivGraphWidget* from) const
 {
@@ -443,31 +462,13 @@ void KivWidget::removeDataSet(KivGraphWidget* graph, KivDataSet* set)
 
 void KivWidget::clear(KivGraphWidget* graph, KivDataSet* set, bool resetTime)
 {
-    if (graph) {
-        graph->clear(resetTime);
-        if (set)
-            set->clear(resetTime);
-    } else if (set) {
-        set->clear(resetTime);
-    } else {
-        for (KivGraphWidget* g : qAsConst(d->graphs))
-            g->clear(resetTime);
-    }
+    d->applyToGraphOrSet(graph, set, [resetTime](auto* target) { target->clear(resetTime); });
     checkForLegends();
 }
 
 void KivWidget::setAddPosition(KivGraphWidget* graph, KivDataSet* set, bool back)
 {
-    if (graph) {
-        graph->setAddPosition(back);
-        if (set)
-            set->setAddPosition(back);
-    } else if (set) {
-        set->setAddPosition(back);
-    } else {
-        for (KivGraphWidget* g : qAsConst(d->graphs))
-            g->setAddPosition(back);
-    }
+    d->applyToGraphOrSet(graph, set, [back](auto* target) { target->setAddPosition(back); });
 }
 
 void KivWidget::setScopeOffset(KivGraphWidget* graph, long offset)

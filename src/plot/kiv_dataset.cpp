@@ -159,6 +159,8 @@ public:
     void drawScope(const Mapping &m, quint64 slotCount, double *mm);
     GLenum primitive(int dims) const;
     void setCurrentText(const double *p, int dims);
+    // n, or the item limit where one is set below n.
+    quint64 cappedCount(quint64 n) const { return maxItemCount > 0 && maxItemCount < n ? maxItemCount : n; }
 
     SampleQueue displayQueue;
     SampleQueue incoming[2];
@@ -607,18 +609,12 @@ unsigned long KivDataSet::getItemCount() const
 {
     velo::LockReadWrite guard(d->lock);
     guard.lock(false);
-    const quint64 total = d->incoming[0].size() + d->displayQueue.size() + d->incoming[1].size();
-    if (d->maxItemCount > 0 && d->maxItemCount < total)
-        return d->maxItemCount;
-    return total;
+    return d->cappedCount(d->incoming[0].size() + d->displayQueue.size() + d->incoming[1].size());
 }
 
 unsigned long KivDataSet::getDisplayItemCount() const
 {
-    const quint64 n = d->displayQueue.size();
-    if (d->maxItemCount > 0 && d->maxItemCount < n)
-        return d->maxItemCount;
-    return n;
+    return d->cappedCount(d->displayQueue.size());
 }
 
 void KivDataSet::getData(unsigned long i, double &v, bool display, unsigned long dims) const

@@ -25,6 +25,18 @@ void recentre(KivAxisInfo& axis, double span)
     axis.scaleMax = c + span * 0.5;
 }
 
+// Calls f(i) for the axis \a axis names, or for every axis from the last one down when
+// it names none.
+template <typename F>
+void forSelectedAxes(char axis, F f)
+{
+    const int only = axisIndex(axis);
+    for (int i = AxisCount - 1; i >= 0; --i) {
+        if (only < 0 || only == i)
+            f(i);
+    }
+}
+
 } // namespace
 
 KivGraph::KivGraph(QWidget* parent)
@@ -429,58 +441,41 @@ void KivGraph::setAxisLabel(char axis, const char* text)
 
 void KivGraph::setAxisStyle(char axis, unsigned long style)
 {
-    const int only = axisIndex(axis);
-    for (int i = AxisCount - 1; i >= 0; --i) {
-        if (only < 0 || only == i)
-            m_axes[i].style = style;
-    }
+    forSelectedAxes(axis, [&](int i) { m_axes[i].style = style; });
     scheduleUpdate();
 }
 
 void KivGraph::setAxisUnits(char axis, unsigned long units)
 {
-    const int only = axisIndex(axis);
-    for (int i = AxisCount - 1; i >= 0; --i) {
-        if (only < 0 || only == i)
-            m_axes[i].units = units;
-    }
+    forSelectedAxes(axis, [&](int i) { m_axes[i].units = units; });
     scheduleUpdate();
 }
 
 void KivGraph::setAxisMinScale(char axis, double span)
 {
-    const int only = axisIndex(axis);
-    for (int i = AxisCount - 1; i >= 0; --i) {
-        if (only < 0 || only == i) {
-            m_axes[i].minScale = span;
-            m_lastAxisSet = getAxisIdentifier(i);
-        }
-    }
+    forSelectedAxes(axis, [&](int i) {
+        m_axes[i].minScale = span;
+        m_lastAxisSet = getAxisIdentifier(i);
+    });
     scheduleUpdate();
 }
 
 void KivGraph::setAxisLimits(char axis, double a, double b)
 {
-    const int only = axisIndex(axis);
-    for (int i = AxisCount - 1; i >= 0; --i) {
-        if (only < 0 || only == i) {
-            m_axes[i].limitMin = b > a ? a : b;
-            m_axes[i].limitMax = b > a ? b : a;
-        }
-    }
+    forSelectedAxes(axis, [&](int i) {
+        m_axes[i].limitMin = b > a ? a : b;
+        m_axes[i].limitMax = b > a ? b : a;
+    });
     scheduleUpdate();
 }
 
 void KivGraph::setAxisScale(char axis, double a, double b)
 {
-    const int only = axisIndex(axis);
-    for (int i = AxisCount - 1; i >= 0; --i) {
-        if (only < 0 || only == i) {
-            m_lastAxisSet = getAxisIdentifier(i);
-            m_axes[i].scaleMin = b > a ? a : b;
-            m_axes[i].scaleMax = b > a ? b : a;
-        }
-    }
+    forSelectedAxes(axis, [&](int i) {
+        m_lastAxisSet = getAxisIdentifier(i);
+        m_axes[i].scaleMin = b > a ? a : b;
+        m_axes[i].scaleMax = b > a ? b : a;
+    });
     scheduleUpdate();
 }
 

@@ -36,6 +36,55 @@ double clampUnit(double v)
     return v < -1.0 ? -1.0 : (v > 1.0 ? 1.0 : v);
 }
 
+// Rectangle in graph coordinates (-1..1 on both axes) between the corners (x0, y0) and (x1, y1).
+struct GraphRect {
+    double x0;
+    double y0;
+    double x1;
+    double y1;
+};
+
+// Filled from (x0, y0) along y0 first, then back along y1.
+void fillGraphRect(const GraphRect& r)
+{
+    glBegin(GL_POLYGON);
+    glVertex2d(r.x0, r.y0);
+    glVertex2d(r.x1, r.y0);
+    glVertex2d(r.x1, r.y1);
+    glVertex2d(r.x0, r.y1);
+    glEnd();
+}
+
+// A scroll bar: the translucent track, the slider over it (darker while dragged) and
+// the slider outline, inset by two pixels on its left and top edges.
+void drawScrollBar(const GraphRect& track, const GraphRect& slider, bool sliderActive, int widthPx, int heightPx)
+{
+    glEnable(GL_BLEND);
+    glDisable(GL_DEPTH_TEST);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glColor4d(0.0, 0.0, 1.0, 0.2);
+    fillGraphRect(track);
+
+    if (sliderActive)
+        glColor4d(0.0, 0.0, 0.8, 0.4);
+    else
+        glColor4d(0.0, 0.0, 1.0, 0.2);
+    fillGraphRect(slider);
+
+    glColor4d(0.0, 0.0, 0.4, 0.8);
+    glLineWidth(1.0f);
+    const double outlineLeft = slider.x0 + 2.0 / widthPx;
+    const double outlineTop = slider.y1 - 2.0 / heightPx;
+    glBegin(GL_LINE_LOOP);
+    glVertex2d(outlineLeft, outlineTop);
+    glVertex2d(slider.x1, outlineTop);
+    glVertex2d(slider.x1, slider.y0);
+    glVertex2d(outlineLeft, slider.y0);
+    glEnd();
+    glDisable(GL_BLEND);
+    glEnable(GL_DEPTH_TEST);
+}
+
 } // namespace
 
 // Frame order: background and grid, then the series from the last to the first so that
@@ -233,12 +282,7 @@ void KivGraph::drawSelectionRectangle(const QPointF& a, const QPointF& b)
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
 
     glColor4d(0.0, 0.0, 1.0, 0.2);
-    glBegin(GL_POLYGON);
-    glVertex2d(a.x(), a.y());
-    glVertex2d(b.x(), a.y());
-    glVertex2d(b.x(), b.y());
-    glVertex2d(a.x(), b.y());
-    glEnd();
+    fillGraphRect(GraphRect { a.x(), a.y(), b.x(), b.y() });
 
     glColor4d(0.0, 0.0, 0.4, 0.8);
     glLineWidth(1.5f);
@@ -264,18 +308,8 @@ void KivGraph::drawSelectionRectangle(const QPointF& a, const QPointF& b)
     const double band = 2.0 * (ScrollBarPixels / width()) - 1.0;
     const double bandY = 2.0 * (ScrollBarPixels / height()) - 1.0;
     glColor4d(0.0, 0.0, 1.0, 0.2);
-    glBegin(GL_POLYGON);
-    glVertex2d(-1.0, a.y());
-    glVertex2d(band, a.y());
-    glVertex2d(band, b.y());
-    glVertex2d(-1.0, b.y());
-    glEnd();
-    glBegin(GL_POLYGON);
-    glVertex2d(a.x(), -1.0);
-    glVertex2d(b.x(), -1.0);
-    glVertex2d(b.x(), bandY);
-    glVertex2d(a.x(), bandY);
-    glEnd();
+    fillGraphRect(GraphRect { -1.0, a.y(), band, b.y() });
+    fillGraphRect(GraphRect { a.x(), -1.0, b.x(), bandY });
 
     glLineWidth(1.0f);
     glDisable(GL_BLEND);
@@ -361,41 +395,8 @@ void KivGraph::drawHorizontalScrollBar(const velo::MatrixF<3, 2>& box)
     const double left = clampUnit(std::isnan(lo.x()) ? -1.0 : lo.x());
     const double right = clampUnit(std::isnan(hi.x()) ? 1.0 : hi.x());
     const double top = 2.0 * (ScrollBarPixels / height()) - 1.0;
-
-    glEnable(GL_BLEND);
-    glDisable(GL_DEPTH_TEST);
-    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    glColor4d(0.0, 0.0, 1.0, 0.2);
-    glBegin(GL_POLYGON);
-    glVertex2d(-1.0, -1.0);
-    glVertex2d(1.0, -1.0);
-    glVertex2d(1.0, top);
-    glVertex2d(-1.0, top);
-    glEnd();
-
-    if (m_controlState == ControlPan && isHorizontalScrollBarSliderActive())
-        glColor4d(0.0, 0.0, 0.8, 0.4);
-    else
-        glColor4d(0.0, 0.0, 1.0, 0.2);
-    glBegin(GL_POLYGON);
-    glVertex2d(left, -1.0);
-    glVertex2d(right, -1.0);
-    glVertex2d(right, top);
-    glVertex2d(left, top);
-    glEnd();
-
-    glColor4d(0.0, 0.0, 0.4, 0.8);
-    glLineWidth(1.0f);
-    const double outlineLeft = left + 2.0 / width();
-    const double outlineTop = top - 2.0 / height();
-    glBegin(GL_LINE_LOOP);
-    glVertex2d(outlineLeft, outlineTop);
-    glVertex2d(right, outlineTop);
-    glVertex2d(right, -1.0);
-    glVertex2d(outlineLeft, -1.0);
-    glEnd();
-    glDisable(GL_BLEND);
-    glEnable(GL_DEPTH_TEST);
+    drawScrollBar(GraphRect { -1.0, -1.0, 1.0, top }, GraphRect { left, -1.0, right, top },
+                  m_controlState == ControlPan && isHorizontalScrollBarSliderActive(), width(), height());
 }
 
 void KivGraph::drawVerticalScrollBar(const velo::MatrixF<3, 2>& box)
@@ -409,41 +410,8 @@ void KivGraph::drawVerticalScrollBar(const velo::MatrixF<3, 2>& box)
     const double bottom = clampUnit(std::isnan(lo.y()) ? -1.0 : lo.y());
     const double top = clampUnit(std::isnan(hi.y()) ? 1.0 : hi.y());
     const double right = 2.0 * (ScrollBarPixels / width()) - 1.0;
-
-    glEnable(GL_BLEND);
-    glDisable(GL_DEPTH_TEST);
-    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    glColor4d(0.0, 0.0, 1.0, 0.2);
-    glBegin(GL_POLYGON);
-    glVertex2d(-1.0, -1.0);
-    glVertex2d(right, -1.0);
-    glVertex2d(right, 1.0);
-    glVertex2d(-1.0, 1.0);
-    glEnd();
-
-    if (m_controlState == ControlPan && isVerticalScrollBarSliderActive())
-        glColor4d(0.0, 0.0, 0.8, 0.4);
-    else
-        glColor4d(0.0, 0.0, 1.0, 0.2);
-    glBegin(GL_POLYGON);
-    glVertex2d(-1.0, bottom);
-    glVertex2d(right, bottom);
-    glVertex2d(right, top);
-    glVertex2d(-1.0, top);
-    glEnd();
-
-    glColor4d(0.0, 0.0, 0.4, 0.8);
-    glLineWidth(1.0f);
-    const double outlineLeft = -1.0 + 2.0 / width();
-    const double outlineTop = top - 2.0 / height();
-    glBegin(GL_LINE_LOOP);
-    glVertex2d(outlineLeft, outlineTop);
-    glVertex2d(right, outlineTop);
-    glVertex2d(right, bottom);
-    glVertex2d(outlineLeft, bottom);
-    glEnd();
-    glDisable(GL_BLEND);
-    glEnable(GL_DEPTH_TEST);
+    drawScrollBar(GraphRect { -1.0, -1.0, right, 1.0 }, GraphRect { -1.0, bottom, right, top },
+                  m_controlState == ControlPan && isVerticalScrollBarSliderActive(), width(), height());
 }
 
 int KivGraph::calcUpperLeftYBounds(QPainter* painter, const QString& text, const QPoint& at) const
