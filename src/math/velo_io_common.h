@@ -30,6 +30,19 @@ bool mayHoldValues(const char* text, size_t pos, VoSize count);
 bool writeMatFile(const char* fileName, const char* name, VoSize rows, VoSize cols, const VoMatrix* m,
                   const VoVector* v);
 
+// Appends the text form of object to out through its writeToString(char*), which gives
+// the length when handed null; returns that length.
+template <typename T>
+VoSize appendText(const T& object, std::string& out)
+{
+    const VoSize length = object.writeToString(static_cast<char*>(nullptr));
+    const size_t start = out.size();
+    out.resize(start + length + 1);
+    object.writeToString(&out[start]);
+    out.resize(start + length);
+    return length;
+}
+
 } // namespace io
 } // namespace velo
 

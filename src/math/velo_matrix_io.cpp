@@ -63,12 +63,7 @@ VoSize Matrix::writeToString(char* buf) const
 
 VoSize Matrix::writeToString(std::string& out) const
 {
-    const VoSize length = writeToString(static_cast<char*>(nullptr));
-    const size_t start = out.size();
-    out.resize(start + length + 1);
-    writeToString(&out[start]);
-    out.resize(start + length);
-    return length;
+    return io::appendText(*this, out);
 }
 
 VoSize Matrix::readFromString(const char* text)

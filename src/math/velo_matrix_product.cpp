@@ -330,6 +330,37 @@ inline double rowTimesCol(const VoMatrix& a, VoSize i, const VoMatrix& b, VoSize
     return t;
 }
 
+// out[0, cols) = sum over k < n of f[k] times the row of cols values at rows + k * rowStep.
+inline void setRowCombination(double* out, VoSize cols, const double* f, VoSize n, const double* rows,
+                              VoSize rowStep)
+{
+    std::fill(out, out + cols, 0.0);
+    for (VoSize k = 0; k < n; ++k) {
+        const double fk = f[k];
+        const double* row = rows + k * rowStep;
+        for (VoSize c = 0; c < cols; ++c)
+            out[c] += fk * row[c];
+    }
+}
+
+// The Kronecker product of a (or of a transposed) and b into result.
+template <bool Transposed>
+void kronProduct(VoMatrix& result, const VoMatrix& a, const VoMatrix& b)
+{
+    const VoSize aRows = Transposed ? a.cols : a.rows;
+    const VoSize aCols = Transposed ? a.rows : a.cols;
+    for (VoSize i = 0; i < aRows; ++i)
+        for (VoSize k = 0; k < b.rows; ++k) {
+            double* out = result.data + (i * b.rows + k) * result.stride;
+            const double* bk = b.data + k * b.stride;
+            for (VoSize j = 0; j < aCols; ++j) {
+                const double aij = Transposed ? a.data[j * a.stride + i] : a.data[i * a.stride + j];
+                for (VoSize l = 0; l < b.cols; ++l)
+                    out[j * b.cols + l] = aij * bk[l];
+            }
+        }
+}
+
 } // namespace
 
 void Matrix::setABAt(const VoMatrix& a, const VoMatrix& b)
@@ -524,46 +555,20 @@ void Matrix::setSelfAddDiagMulDiag(const VoMatrix& a, const VoMatrix& b)
 
 void Matrix::setKronMatMulMat(const VoMatrix& a, const VoMatrix& b)
 {
-    for (VoSize i = 0; i < a.rows; ++i)
-        for (VoSize k = 0; k < b.rows; ++k) {
-            double* out = data + (i * b.rows + k) * stride;
-            const double* bk = b.data + k * b.stride;
-            for (VoSize j = 0; j < a.cols; ++j) {
-                const double aij = a.data[i * a.stride + j];
-                for (VoSize l = 0; l < b.cols; ++l)
-                    out[j * b.cols + l] = aij * bk[l];
-            }
-        }
+    kronProduct<false>(*this, a, b);
 }
 
 void Matrix::setKronTransMatMulMat(const VoMatrix& a, const VoMatrix& b)
 {
-    for (VoSize i = 0; i < a.cols; ++i)
-        for (VoSize k = 0; k < b.rows; ++k) {
-            double* out = data + (i * b.rows + k) * stride;
-            const double* bk = b.data + k * b.stride;
-            for (VoSize j = 0; j < a.rows; ++j) {
-                const double aji = a.data[j * a.stride + i];
-                for (VoSize l = 0; l < b.cols; ++l)
-                    out[j * b.cols + l] = aji * bk[l];
-            }
-        }
+    kronProduct<true>(*this, a, b);
 }
 
 void Matrix::setKronHorVecMulIdMulMat(const VoVector& v, const VoMatrix& m)
 {
     // (v^T (x) I_p) m = sum over k of v[k] times the k-th block of p rows of m.
     const VoSize p = rows;
-    for (VoSize r = 0; r < p; ++r) {
-        double* out = data + r * stride;
-        std::fill(out, out + m.cols, 0.0);
-        for (VoSize k = 0; k < v.size; ++k) {
-            const double f = v.data[k];
-            const double* mk = m.data + (k * p + r) * m.stride;
-            for (VoSize j = 0; j < m.cols; ++j)
-                out[j] += f * mk[j];
-        }
-    }
+    for (VoSize r = 0; r < p; ++r)
+        setRowCombination(data + r * stride, m.cols, v.data, v.size, m.data + r * m.stride, p * m.stride);
 }
 
 void Matrix::setKronMatMulIdMulMat(const VoMatrix& a, const VoMatrix& b)
@@ -571,16 +576,9 @@ void Matrix::setKronMatMulIdMulMat(const VoMatrix& a, const VoMatrix& b)
     // (a (x) I_p) b: row i*p + r = sum over j of a(i, j) * row j*p + r of b.
     const VoSize p = rows / a.rows;
     for (VoSize i = 0; i < a.rows; ++i)
-        for (VoSize r = 0; r < p; ++r) {
-            double* out = data + (i * p + r) * stride;
-            std::fill(out, out + b.cols, 0.0);
-            for (VoSize j = 0; j < a.cols; ++j) {
-                const double f = a.data[i * a.stride + j];
-                const double* bj = b.data + (j * p + r) * b.stride;
-                for (VoSize c = 0; c < b.cols; ++c)
-                    out[c] += f * bj[c];
-            }
-        }
+        for (VoSize r = 0; r < p; ++r)
+            setRowCombination(data + (i * p + r) * stride, b.cols, a.data + i * a.stride, a.cols,
+                              b.data + r * b.stride, p * b.stride);
 }
 
 void Matrix::setKronIdMulMatMulMat(const VoMatrix& a, const VoMatrix& b)
@@ -588,16 +586,9 @@ void Matrix::setKronIdMulMatMulMat(const VoMatrix& a, const VoMatrix& b)
     // (I_p (x) a) b: block s of rows is a times block s of b's rows.
     const VoSize p = rows / a.rows;
     for (VoSize s = 0; s < p; ++s)
-        for (VoSize i = 0; i < a.rows; ++i) {
-            double* out = data + (s * a.rows + i) * stride;
-            std::fill(out, out + b.cols, 0.0);
-            for (VoSize j = 0; j < a.cols; ++j) {
-                const double f = a.data[i * a.stride + j];
-                const double* bj = b.data + (s * a.cols + j) * b.stride;
-                for (VoSize c = 0; c < b.cols; ++c)
-                    out[c] += f * bj[c];
-            }
-        }
+        for (VoSize i = 0; i < a.rows; ++i)
+            setRowCombination(data + (s * a.rows + i) * stride, b.cols, a.data + i * a.stride, a.cols,
+                              b.data + s * a.cols * b.stride, b.stride);
 }
 
 void Matrix::setVecMulVec(const VoVector& a, const VoVector& b)
@@ -612,13 +603,7 @@ void Matrix::setVecMulVec(const VoVector& a, const VoVector& b)
 
 void Matrix::setVecMulMat(const VoVector& v, const VoMatrix& m)
 {
-    std::fill(data, data + m.cols, 0.0);
-    for (VoSize k = 0; k < v.size; ++k) {
-        const double f = v.data[k];
-        const double* mk = m.data + k * m.stride;
-        for (VoSize j = 0; j < m.cols; ++j)
-            data[j] += f * mk[j];
-    }
+    setRowCombination(data, m.cols, v.data, v.size, m.data, m.stride);
 }
 
 void Matrix::setMatMulVec(const VoMatrix& m, const VoVector& v)

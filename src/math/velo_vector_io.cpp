@@ -31,12 +31,7 @@ VoSize Vector::writeToString(char* buf) const
 
 VoSize Vector::writeToString(std::string& out) const
 {
-    const VoSize length = writeToString(static_cast<char*>(nullptr));
-    const size_t start = out.size();
-    out.resize(start + length + 1);
-    writeToString(&out[start]);
-    out.resize(start + length);
-    return length;
+    return io::appendText(*this, out);
 }
 
 VoSize Vector::readFromString(const char* text)
