@@ -521,22 +521,7 @@ void KivGraph::recalculateScales(QList<KivAxisInfo>& axes)
         }
         applyScaleLimits(axes);
     } else if (m_autoScaleMethod == KivFullFit && !m_dataSets.isEmpty()) {
-        velo::MatrixF<3, 2> box;
-        bool first = true;
-        for (const KivDataSet* ds : qAsConst(m_dataSets)) {
-            if (!ds->isVisible() || ds->getItemCount() == 0)
-                continue;
-            const velo::MatrixF<3, 2> extent = extentOf(ds);
-            if (first) {
-                box = extent;
-                first = false;
-                continue;
-            }
-            for (int a = 0; a < AxisCount; ++a) {
-                box(a, 0) = std::fmin(box(a, 0), extent(a, 0));
-                box(a, 1) = std::fmax(box(a, 1), extent(a, 1));
-            }
-        }
+        const velo::MatrixF<3, 2> box = calculateMinMaxScales();
         for (int a = firstAxis; a < AxisCount; ++a) {
             // A series of nothing but gaps has an inverted extent; it says nothing about the scale.
             if (!(box(a, 1) >= box(a, 0)) || !std::isfinite(box(a, 1) - box(a, 0)))
