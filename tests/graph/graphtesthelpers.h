@@ -1,8 +1,8 @@
 #ifndef KIV_GRAPHTESTHELPERS_H
 #define KIV_GRAPHTESTHELPERS_H
 
-// Shared pieces of the graph tests: a graph that opens its protected hooks, axes with known
-// ranges and helpers to look at pictures.
+// Shared pieces of the graph tests: a graph with its protected hooks open, axes with known
+// ranges and picture helpers.
 
 #include "kiv_dataset.h"
 #include "kiv_graph.h"
@@ -23,11 +23,7 @@ public:
     int frames = 0; // paintGL calls so far
 
 protected:
-    void paintGL() override
-    {
-        ++frames;
-        KivGraph::paintGL();
-    }
+    void paintGL() override { ++frames; KivGraph::paintGL(); }
 };
 
 // Shows the graph at w x h pixels; false if the window never became exposed.
@@ -56,10 +52,9 @@ inline bool saveFrame(const QImage& image, const QString& name)
     return dir.isEmpty() || (QDir().mkpath(dir) && image.save(dir + QLatin1Char('/') + name));
 }
 
-inline bool near(QRgb a, QRgb b, int tolerance)
+inline bool near(QRgb a, QRgb b, int tol)
 {
-    return qAbs(qRed(a) - qRed(b)) <= tolerance && qAbs(qGreen(a) - qGreen(b)) <= tolerance
-        && qAbs(qBlue(a) - qBlue(b)) <= tolerance;
+    return qAbs(qRed(a) - qRed(b)) <= tol && qAbs(qGreen(a) - qGreen(b)) <= tol && qAbs(qBlue(a) - qBlue(b)) <= tol;
 }
 
 inline int countColour(const QImage& image, QRgb colour, const QRect& area, int tolerance)

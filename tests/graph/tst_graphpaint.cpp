@@ -23,10 +23,7 @@ const QRgb Red = qRgb(255, 0, 0);
 
 // What drawBackground emits, in normalised device coordinates rounded to 1e-3: the x of each
 // vertical line, the y of each horizontal one and the distinct y bands of the polygons.
-struct Background {
-    QList<double> verticalX, horizontalY;
-    QList<double> bands; // low, high, low, high ...
-};
+struct Background { QList<double> verticalX, horizontalY, bands; }; // bands: low, high, low, high ...
 
 Background captureBackground(TestGraph& g)
 {
@@ -42,11 +39,10 @@ Background captureBackground(TestGraph& g)
             hi = std::max(hi, p.y(i));
         }
         const QList<double> band = { ndc(lo, g.height()), ndc(hi, g.height()) };
-        if (p.type == Primitive::Polygon && b.bands.mid(b.bands.size() - 2) != band)
-            b.bands << band; // a quad may come as two triangles
-        else if (p.type == Primitive::Polygon)
-            continue;
-        else if (p.type != Primitive::Line && p.type != Primitive::LineReset)
+        if (p.type == Primitive::Polygon) {
+            if (b.bands.mid(b.bands.size() - 2) != band) // a quad may come as two triangles
+                b.bands << band;
+        } else if (p.type != Primitive::Line && p.type != Primitive::LineReset)
             continue;
         else if (qAbs(p.x(0) - p.x(1)) < 1e-3)
             b.verticalX << ndc(p.x(0), g.width());
@@ -76,7 +72,7 @@ private slots:
     void badInput();
 };
 
-// Without samples only the text is drawn: black, centred, a whole line of it, nothing coloured.
+// Without samples only the text is drawn: black, centred, a line wide, nothing coloured.
 void TestGraphPaint::noDataText()
 {
     for (int scenario = 0; scenario < 3; ++scenario) { // no series, an empty series, no text
@@ -88,21 +84,14 @@ void TestGraphPaint::noDataText()
         QVERIFY(graphtest::showAt(g, 300, 200));
         const QImage image = g.grabFramebuffer();
         QRect dark;
-        int coloured = 0;
-        for (int y = 0; y < image.height(); ++y) {
+        for (int y = 0; y < image.height(); ++y)
             for (int x = 0; x < image.width(); ++x) {
-                const QColor c = image.pixelColor(x, y);
-                dark |= qGray(c.rgb()) < 100 ? QRect(x, y, 1, 1) : QRect();
-                coloured += c.hsvSaturation() > 30 ? 1 : 0;
+                QVERIFY(image.pixelColor(x, y).hsvSaturation() <= 30);
+                dark |= qGray(image.pixel(x, y)) < 100 ? QRect(x, y, 1, 1) : QRect();
             }
-        }
-        QCOMPARE(coloured, 0);
         QCOMPARE(image.pixel(5, 5), White);
-        if (scenario == 2)
-            QVERIFY(dark.isNull());
-        else
-            QVERIFY2(qAbs(dark.center().x() - 150) <= 3 && qAbs(dark.center().y() - 100) <= 4 && dark.width() > 40,
-                     qPrintable(QStringLiteral("text at %1, %2, %3 wide").arg(dark.center().x()).arg(dark.center().y()).arg(dark.width())));
+        QVERIFY2(scenario == 2 ? dark.isNull() : qAbs(dark.center().x() - 150) <= 3 && qAbs(dark.center().y() - 100) <= 4 && dark.width() > 40,
+                 qPrintable(QStringLiteral("text at %1, %2, %3 wide").arg(dark.center().x()).arg(dark.center().y()).arg(dark.width())));
     }
 }
 
@@ -238,22 +227,17 @@ void TestGraphPaint::horizontalScrollBar()
     KivDataSet* ds = g.addDataSet(KivDataStyle2D, Qt::red, 0);
     ds->addData(0.0, 0.0);
     ds->addData(100.0, 1.0);
-    g.setAxisScale('x', -10.0, 110.0);
+    g.setAxisScale('x', 20.0, 40.0);
     g.setAxisScale('y', -1.0, 2.0);
     QVERIFY(graphtest::showAt(g, 400, 300));
-    const QRgb track = qRgb(204, 204, 255);
-    QVERIFY(!near(g.grabFramebuffer().pixel(310, 294), track, 6)); // all data in view
-
-    g.setAxisScale('x', 20.0, 40.0);
-    QImage image = g.grabFramebuffer();
+    const QImage image = g.grabFramebuffer();
     QVERIFY(graphtest::saveFrame(image, QStringLiteral("graph-scrollbar.png")));
-    // Track along the bottom 12 rows, the slider (20 .. 40 of 0 .. 100) darker and bluer.
+    // Track along the bottom 12 rows, the slider (20 .. 40 of 0 .. 100) darker and bluer; the
+    // grid labels move up above it, the first one at the left edge always written.
+    const QRgb track = qRgb(204, 204, 255), slider = image.pixel(120, 294);
     QVERIFY(near(image.pixel(310, 294), track, 6) && !near(image.pixel(310, 284), track, 6));
-    const QRgb slider = image.pixel(120, 294);
     QVERIFY(qBlue(slider) > qRed(slider) + 60 && qRed(slider) < qRed(track) - 20);
-    // Grid labels move up above the bar; the first one, at the left edge, is always written.
-    QVERIFY(countDark(image, QRect(0, 270, 18, 18)) > 5);
-    QCOMPARE(countDark(image, QRect(0, 288, 400, 12)), 0);
+    QVERIFY(countDark(image, QRect(0, 270, 18, 18)) > 5 && countDark(image, QRect(0, 288, 400, 12)) == 0);
 
     g.setAxisScale('x', -1.0, 101.0); // data in view again: the bar goes
     QVERIFY(!near(g.grabFramebuffer().pixel(310, 294), track, 6));
@@ -280,11 +264,11 @@ void TestGraphPaint::timeString()
     }
 }
 
-// The pictures left in $KIV_TEST_OUTPUT_DIR: a time series with time labels, an XY plot and
-// bars with category labels.
+// The pictures left in $KIV_TEST_OUTPUT_DIR: a time series with time labels and bars with
+// category labels.
 void TestGraphPaint::representativeFrames()
 {
-    const QColor blue(0, 90, 200), orange(220, 60, 0), magenta(200, 0, 120), green(0, 140, 0);
+    const QColor blue(0, 90, 200);
     const auto frame = [](TestGraph& g, int w, int h, const QString& file) {
         graphtest::showAt(g, w, h);
         g.grabFramebuffer(); // scales the axes
@@ -294,29 +278,14 @@ void TestGraphPaint::representativeFrames()
     };
     TestGraph ts;
     KivDataSet* ds = ts.addDataSet(KivDataStyle1D, blue, 400);
-    KivDataSet* ref = ts.addDataSet(KivDataStyle1D, orange, 400);
     ds->setTime(0.05, 3590.0);
-    for (int i = 0; i < 400; ++i) {
+    for (int i = 0; i < 400; ++i)
         ds->addData(10.0 * std::sin(i * 0.05) + 2.0 * std::sin(i * 0.7));
-        ref->addData(6.0 * std::cos(i * 0.03));
-    }
     ts.setAxisStyle('x', KivAxisStyleTimeLabels | KivAxisStyleZeroLine);
     ts.setAutoScaleMethod(KivFullFit);
     QImage image = frame(ts, 640, 360, QStringLiteral("graph-timeseries.png"));
-    QVERIFY(countColour(image, blue.rgb(), image.rect(), 30) > 300 && countColour(image, orange.rgb(), image.rect(), 30) > 300);
+    QVERIFY(countColour(image, blue.rgb(), image.rect(), 30) > 300);
     QVERIFY(countDark(image, QRect(0, 340, 640, 20)) > 100); // time labels
-
-    TestGraph xy;
-    KivDataSet* points = xy.addDataSet(KivDataStyle2D | KivDataStylePoints, magenta, 0);
-    KivDataSet* curve = xy.addDataSet(KivDataStyle2D, green, 0);
-    for (int i = 0; i < 2000; ++i) {
-        points->addData(3.0 * std::sin(0.03 * i), 2.0 * std::cos(0.02 * i));
-        curve->addData(i * 0.01 - 10.0, std::sin(i * 0.01));
-    }
-    xy.setAutoScaleMethod(KivFullFit);
-    image = frame(xy, 640, 360, QStringLiteral("graph-xy.png"));
-    QVERIFY(countColour(image, green.rgb(), image.rect(), 30) > 300 && countColour(image, magenta.rgb(), image.rect(), 30) > 300);
-    QCOMPARE(xy.axisInfo(0).scaleMin, -10.0 - 0.03 * 19.99);
 
     TestGraph bars;
     KivDataSet* week = bars.addDataSet(KivDataStyle1D | KivDataStyleBar, blue, 6);

