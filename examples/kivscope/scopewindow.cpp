@@ -1,5 +1,8 @@
 #include "scopewindow.h"
 
+#include "lorenzsource.h"
+#include "lorenzview.h"
+
 #include <kiv_base.h>
 #include <kiv_dataset.h>
 #include <kiv_graph.h>
@@ -9,8 +12,10 @@
 #include <QEvent>
 #include <QLabel>
 #include <QPainter>
+#include <QSplitter>
 #include <QStatusBar>
 #include <QTimer>
+#include <QVBoxLayout>
 
 #include <cmath>
 #include <random>
@@ -41,7 +46,12 @@ ScopeWindow::ScopeWindow(const Options& opts, QWidget* parent)
     , producers(opts.rate)
 {
     setWindowTitle(tr("kivscope"));
-    setCentralWidget(panel);
+    auto* splitter = new QSplitter(this);
+    splitter->addWidget(panel);
+    splitter->addWidget(buildTrajectory());
+    splitter->setStretchFactor(0, 3);
+    splitter->setStretchFactor(1, 1);
+    setCentralWidget(splitter);
     statusBar()->addWidget(status, 1);
     panel->setAllowLayoutSelection(true);
     panel->setLegendLayout(LegendAbove);
@@ -57,13 +67,16 @@ ScopeWindow::ScopeWindow(const Options& opts, QWidget* parent)
 
     for (KivGraph* graph : panel->findChildren<KivGraph*>())
         graph->installEventFilter(this);
+    view->installEventFilter(this);
 
     auto* timer = new QTimer(this);
     connect(timer, &QTimer::timeout, this, &ScopeWindow::updateStatus);
     timer->start(500);
     clock.start();
     producers.start();
-    resize(1100, 760);
+    lorenz->start();
+    resize(1450, 760);
+    splitter->setSizes({1100, 350});
 }
 
 ScopeWindow::~ScopeWindow()
@@ -152,6 +165,21 @@ void ScopeWindow::buildBars()
     });
 }
 
+QWidget* ScopeWindow::buildTrajectory()
+{
+    auto* box = new QWidget(this);
+    auto* layout = new QVBoxLayout(box);
+    layout->setContentsMargins(0, 0, 0, 0);
+    auto* title = new QLabel(tr("3D: Lorenz trajectory (drag to rotate, wheel to zoom)"), box);
+    title->setAlignment(Qt::AlignCenter);
+    layout->addWidget(title);
+    view = new LorenzView(&trajectory, box);
+    layout->addWidget(view, 1);
+    // Its own thread integrates the trajectory; the view collects the points on a timer.
+    lorenz = std::make_unique<LorenzSource>(&trajectory);
+    return box;
+}
+
 bool ScopeWindow::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::Paint)
@@ -165,8 +193,8 @@ void ScopeWindow::updateStatus()
     const double seconds = (now - lastTime) / 1000.0;
     if (seconds <= 0.0)
         return;
-    const unsigned long long samples = producers.samplesProduced();
-    const int graphs = qMax(1, panel->findChildren<KivGraph*>().size());
+    const unsigned long long samples = producers.samplesProduced() + (unsigned long long)view->receivedCount();
+    const int graphs = panel->findChildren<KivGraph*>().size() + 1;
     lastSampleRate = (samples - lastSamples) / seconds;
     lastFrameRate = (frames - lastFrames) / seconds / graphs;
     lastSamples = samples;
@@ -174,7 +202,7 @@ void ScopeWindow::updateStatus()
     lastTime = now;
     status->setText(tr("%1 samples/s from %2 producer threads    %3 frames/s per graph")
                         .arg(lastSampleRate, 0, 'f', 0)
-                        .arg(producers.count())
+                        .arg(producers.count() + 1)
                         .arg(lastFrameRate, 0, 'f', 1));
 }
 

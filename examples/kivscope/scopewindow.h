@@ -2,15 +2,21 @@
 #define KIVSCOPE_SCOPEWINDOW_H
 
 #include "producers.h"
+#include "trajectorybuffer.h"
 
 #include <QElapsedTimer>
 #include <QMainWindow>
 
+#include <memory>
+
 class KivDataSet;
 class KivWidget;
+class LorenzSource;
+class LorenzView;
 class QLabel;
 
-// An instrument front panel: a 2 x 2 Kiv panel fed by producer threads, with a status line.
+// An instrument front panel: a 2 x 2 Kiv panel fed by producer threads, a rotatable 3D view
+// of a live trajectory beside it, and a status line.
 class ScopeWindow : public QMainWindow
 {
     Q_OBJECT
@@ -27,7 +33,7 @@ public:
 
     double samplesPerSecond() const { return lastSampleRate; }
     double framesPerSecond() const { return lastFrameRate; }
-    // Writes the whole window and every graph's frame buffer as PNG files into `dir`.
+    // Writes the whole window and every 2D graph's frame buffer as PNG files into `dir`.
     bool saveScreenshots(const QString& dir);
 
 protected:
@@ -38,12 +44,17 @@ private:
     void buildScope();
     void buildLissajous();
     void buildBars();
+    QWidget* buildTrajectory();
     void updateStatus();
 
     Options options;
     KivWidget* panel;
     QLabel* status;
     Producers producers;
+    TrajectoryBuffer trajectory;
+    LorenzView* view = nullptr;
+    // Declared after the buffer it feeds, so it stops before the buffer goes.
+    std::unique_ptr<LorenzSource> lorenz;
     QElapsedTimer clock;
     unsigned long long lastSamples = 0;
     unsigned long long frames = 0;
