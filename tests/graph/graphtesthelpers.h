@@ -1,5 +1,4 @@
-#ifndef KIV_GRAPHTESTHELPERS_H
-#define KIV_GRAPHTESTHELPERS_H
+#pragma once
 
 // Shared pieces of the graph tests: a graph with its protected hooks open, axes with known
 // ranges and picture helpers.
@@ -38,10 +37,8 @@ inline bool showAt(TestGraph& g, int w, int h)
 inline QList<KivAxisInfo> axesWith(const QList<double>& r)
 {
     QList<KivAxisInfo> axes = { KivAxisInfo(), KivAxisInfo(), KivAxisInfo() };
-    axes[0].scaleMin = r[0];
-    axes[0].scaleMax = r[1];
-    axes[1].scaleMin = r[2];
-    axes[1].scaleMax = r[3];
+    for (int i = 0; i < 4; ++i)
+        (i % 2 ? axes[i / 2].scaleMax : axes[i / 2].scaleMin) = r[i];
     return axes;
 }
 
@@ -57,6 +54,7 @@ inline bool near(QRgb a, QRgb b, int tol)
     return qAbs(qRed(a) - qRed(b)) <= tol && qAbs(qGreen(a) - qGreen(b)) <= tol && qAbs(qBlue(a) - qBlue(b)) <= tol;
 }
 
+// Pixels of `area` within `tolerance` of `colour` in every channel; dark ones are near black.
 inline int countColour(const QImage& image, QRgb colour, const QRect& area, int tolerance)
 {
     int n = 0;
@@ -66,11 +64,6 @@ inline int countColour(const QImage& image, QRgb colour, const QRect& area, int 
     return n;
 }
 
-inline int countDark(const QImage& image, const QRect& area)
-{
-    return countColour(image, qRgb(0, 0, 0), area, 99);
-}
+inline int countDark(const QImage& image, const QRect& area) { return countColour(image, qRgb(0, 0, 0), area, 99); }
 
 } // namespace graphtest
-
-#endif // KIV_GRAPHTESTHELPERS_H
