@@ -7,6 +7,7 @@
 #include <QtTest>
 
 #include <cfloat>
+#include <functional>
 #include <limits>
 #include <malloc.h>
 
@@ -41,337 +42,302 @@ double timeOf(const KivDataSet &ds)
 
 void addSample(KivDataSet &ds, int dims, const double *v)
 {
-    if (dims == 1)
-        ds.addData(v[0]);
-    else if (dims == 2)
-        ds.addData(v[0], v[1]);
-    else
-        ds.addData(v[0], v[1], v[2]);
+    dims == 1 ? ds.addData(v[0]) : dims == 2 ? ds.addData(v[0], v[1]) : ds.addData(v[0], v[1], v[2]);
 }
 
+struct Run { int dims, maxItems, added, flushEvery; }; // flushEvery 0: one flush at the end
+// Something that discards the samples, whether the series is frozen, and the time and scope
+// offset after it.
+struct Discard { std::function<void(KivDataSet &)> action; bool frozen; double time; long scopeOffset; };
+
 } // namespace
+
+Q_DECLARE_METATYPE(Run)
+Q_DECLARE_METATYPE(Discard)
 
 class TestDataSetStore : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void boundKeepsNewest_data();
-    void boundKeepsNewest();
-    void nonFiniteBecomesGap_data();
-    void nonFiniteBecomesGap();
-    void badInputIsIgnored();
-    void freezeHoldsDisplayedData();
-    void discardingData_data();
-    void discardingData();
-    void barSlotsAreZeroFilled();
-    void addAtFront();
-    void scopeOffset();
-    void signalsAndInitialExtents();
-};
-
-void TestDataSetStore::boundKeepsNewest_data()
-{
-    QTest::addColumn<int>("dims");
-    QTest::addColumn<int>("maxItems");
-    QTest::addColumn<int>("added");
-    QTest::addColumn<int>("flushEvery"); // 0: one flush at the end
-    // A block holds 6000 one-value samples.
-    QTest::newRow("unbounded, three blocks, in pieces") << 1 << 0 << 13000 << 777;
-    QTest::newRow("over the bound, flushed each sample") << 1 << 5 << 12 << 1;
-    QTest::newRow("one block, one more") << 1 << 6000 << 6001 << 0;
-    QTest::newRow("bound of a block, many blocks") << 1 << 6000 << 20000 << 2500;
-    QTest::newRow("bound over a block") << 1 << 7000 << 30000 << 5999;
-    QTest::newRow("small bound, long run") << 1 << 100 << 1000000 << 333;
-    QTest::newRow("2 values, odd bound") << 2 << 1234 << 5000 << 1000;
-    QTest::newRow("3 values, bounded") << 3 << 2500 << 9000 << 1000;
-}
-
-void TestDataSetStore::boundKeepsNewest()
-{
-    QFETCH(int, dims);
-    QFETCH(int, maxItems);
-    QFETCH(int, added);
-    QFETCH(int, flushEvery);
-
-    KivDataSet ds(100, 100);
-    ds.setStyle(ulong(dims - 1));
-    ds.setMaxItemCount(ulong(maxItems));
-    const size_t heapBefore = mallinfo2().uordblks;
-    for (int i = 0; i < added; ++i) {
-        const double v[3] = {double(i), -double(i), 2.0 * i};
-        addSample(ds, dims, v);
-        if (flushEvery > 0 && (i + 1) % flushEvery == 0)
-            ds.flush();
+    void boundKeepsNewest_data()
+    {
+        QTest::addColumn<Run>("run");
+        // A block holds 6000 one-value samples.
+        QTest::newRow("unbounded, three blocks, in pieces") << Run{1, 0, 13000, 777};
+        QTest::newRow("over the bound, flushed each sample") << Run{1, 5, 12, 1};
+        QTest::newRow("one block, one more") << Run{1, 6000, 6001, 0};
+        QTest::newRow("bound of a block, many blocks") << Run{1, 6000, 20000, 2500};
+        QTest::newRow("bound over a block") << Run{1, 7000, 30000, 5999};
+        QTest::newRow("small bound, long run") << Run{1, 100, 1000000, 333};
+        QTest::newRow("2 values, odd bound") << Run{2, 1234, 5000, 1000};
+        QTest::newRow("3 values, bounded") << Run{3, 2500, 9000, 1000};
     }
-    const int kept = maxItems > 0 ? std::min(maxItems, added) : added;
-    QCOMPARE(ds.getItemCount(), ulong(kept)); // counts the queued samples too
-    ds.flush();
-    QCOMPARE(ds.getDisplayItemCount(), ulong(kept));
-    QCOMPARE(timeOf(ds), double(added)); // every sample counts, kept or dropped
-    if (maxItems > 0) // blocks are released as the bound drops their samples
-        QVERIFY(mallinfo2().uordblks < heapBefore + 1000000);
 
-    // Copy from part-way into the stored samples to past their end.
-    const int first = kept / 3, copied = kept - first;
-    std::vector<double> out(size_t(copied * dims + 1), -7.0);
-    QCOMPARE(ds.copyData(ulong(first), ulong(copied + 5), out.data()), ulong(copied));
-    for (int i = 0; i < copied * dims; ++i) {
-        const double n = added - copied + i / dims, want[3] = {n, -n, 2 * n};
-        if (out[size_t(i)] != want[i % dims])
-            QFAIL(qPrintable(QString("value %1 is %2, want %3").arg(i).arg(out[size_t(i)]).arg(want[i % dims])));
+    void boundKeepsNewest()
+    {
+        QFETCH(Run, run);
+        const auto [dims, maxItems, added, flushEvery] = run;
+        KivDataSet ds(100, 100);
+        ds.setStyle(ulong(dims - 1));
+        ds.setMaxItemCount(ulong(maxItems));
+        const size_t heapBefore = mallinfo2().uordblks;
+        for (int i = 0; i < added; ++i) {
+            const double v[3] = {double(i), -double(i), 2.0 * i};
+            addSample(ds, dims, v);
+            if (flushEvery > 0 && (i + 1) % flushEvery == 0)
+                ds.flush();
+        }
+        const int kept = maxItems > 0 ? std::min(maxItems, added) : added;
+        QCOMPARE(ds.getItemCount(), ulong(kept)); // counts the queued samples too
+        ds.flush();
+        QCOMPARE(ds.getDisplayItemCount(), ulong(kept));
+        QCOMPARE(timeOf(ds), double(added)); // every sample counts, kept or dropped
+        if (maxItems > 0) // blocks are released as the bound drops their samples
+            QVERIFY(mallinfo2().uordblks < heapBefore + 1000000);
+
+        // Copy from part-way into the stored samples to past their end.
+        const int first = kept / 3, copied = kept - first;
+        std::vector<double> out(size_t(copied * dims + 1), -7.0);
+        QCOMPARE(ds.copyData(ulong(first), ulong(copied + 5), out.data()), ulong(copied));
+        for (int i = 0; i < copied * dims; ++i) {
+            const double n = added - copied + i / dims, want[3] = {n, -n, 2 * n};
+            if (out[size_t(i)] != want[i % dims])
+                QFAIL(qPrintable(QString("value %1 is %2, want %3").arg(i).arg(out[size_t(i)]).arg(want[i % dims])));
+        }
+        QCOMPARE(out.back(), -7.0); // nothing written beyond
+        QCOMPARE(ds.copyData(ulong(kept), 5, out.data()), 0ul);
     }
-    QCOMPARE(out.back(), -7.0); // nothing written beyond
-    QCOMPARE(ds.copyData(ulong(kept), 5, out.data()), 0ul);
-}
 
-void TestDataSetStore::nonFiniteBecomesGap_data()
-{
-    QTest::addColumn<Values>("input");
-    QTest::addColumn<Values>("stored");
-    const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
-    QTest::newRow("nan") << Values{nan} << Values{Gap};
-    QTest::newRow("+inf") << Values{inf} << Values{Gap};
-    QTest::newRow("-inf") << Values{-inf} << Values{Gap};
-    QTest::newRow("largest finite") << Values{-DBL_MAX} << Values{-DBL_MAX};
-    QTest::newRow("2 values, x nan") << Values{nan, 3.0} << Values{Gap, 3.0};
-    QTest::newRow("2 values, y -inf") << Values{1.5, -inf} << Values{1.5, Gap};
-    QTest::newRow("3 values, z inf") << Values{1.0, 2.0, inf} << Values{1.0, 2.0, Gap};
-}
-
-void TestDataSetStore::nonFiniteBecomesGap()
-{
-    QFETCH(Values, input);
-    QFETCH(Values, stored);
-    const int dims = input.size();
-
-    KivDataSet ds(100, 100);
-    ds.setStyle(ulong(dims - 1));
-    addSample(ds, dims, input.constData());
-    addSample(ds, dims, input.constData());
-    ds.duplicateData(2); // explicit gaps
-    ds.flush();
-    Values got(4 * dims);
-    for (int i = 0; i < got.size(); ++i)
-        ds.getData(ulong(i), got[i], true, ulong(dims));
-    QCOMPARE(got, stored + stored + Values(2 * dims, Gap));
-    QCOMPARE(ds.getDisplayItemCount(), 4ul);
-}
-
-void TestDataSetStore::badInputIsIgnored()
-{
-    KivDataSet ds(100, 100);
-    QSignalSpy updates(&ds, &KivDataSet::needUpdate);
-    for (int i = 0; i < 7000; ++i) {
-        ds.addData(i);
-        ds.addData(i, i); // wrong size for a one-value series
-        ds.addData(i, i, i);
+    void nonFiniteBecomesGap_data()
+    {
+        QTest::addColumn<Values>("input");
+        QTest::addColumn<Values>("stored");
+        const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+        QTest::newRow("nan") << Values{nan} << Values{Gap};
+        QTest::newRow("largest finite") << Values{-DBL_MAX} << Values{-DBL_MAX};
+        QTest::newRow("2 values, x nan") << Values{nan, 3.0} << Values{Gap, 3.0};
+        QTest::newRow("2 values, y -inf") << Values{1.5, -inf} << Values{1.5, Gap};
+        QTest::newRow("3 values, z inf") << Values{1.0, 2.0, inf} << Values{1.0, 2.0, Gap};
     }
-    ds.flush();
-    QCOMPARE(updates.count(), 7000);
-    QCOMPARE(displayed(ds), range(0, 7000));
 
-    // setData reaches only samples already moved.
-    ds.setData(6500, -1.0); // in the second block
-    ds.setData(7000, 5.0);
-    ds.setData(ulong(-1), 5.0);
-    ds.addData(8.0);
-    ds.setData(7000, 5.0); // queued
-    QCOMPARE(updates.count(), 7002);
-    ds.flush();
-    const Values shown = displayed(ds);
-    QCOMPARE(shown.mid(6499, 2) + shown.mid(6999), Values({6499, -1, 6999, 8}));
-    QCOMPARE(ds.copyData(0, 10, nullptr), 0ul);
-}
-
-void TestDataSetStore::freezeHoldsDisplayedData()
-{
-    KivDataSet ds(100, 100);
-    ds.setMaxItemCount(50);
-    ds.setTime(0.5, 0.0);
-    for (int i = 0; i < 30; ++i)
-        ds.addData(i);
-    QCOMPARE(timeOf(ds), 0.0); // moves with the samples, not before
-    QSignalSpy updates(&ds, &KivDataSet::needUpdate);
-    ds.freeze(true); // moves what is queued first
-    QVERIFY(ds.isFrozen());
-    QCOMPARE(Values({ds.getItemTime(0), ds.getItemTime(2), ds.getItemTime(-2)}), Values({15.0, 14.0, 16.0}));
-    for (int i = 30; i < 230; ++i) {
-        ds.addData(i);
-        if (i % 17 == 0)
-            ds.flush();
+    void nonFiniteBecomesGap()
+    {
+        QFETCH(Values, input);
+        QFETCH(Values, stored);
+        const int dims = input.size();
+        KivDataSet ds(100, 100);
+        ds.setStyle(ulong(dims - 1));
+        addSample(ds, dims, input.constData());
+        addSample(ds, dims, input.constData());
+        ds.duplicateData(2); // explicit gaps
+        ds.flush();
+        Values got(4 * dims);
+        QCOMPARE(ds.copyData(0, 4, got.data()), 4ul);
+        QCOMPARE(got, stored + stored + Values(2 * dims, Gap));
     }
-    ds.setData(0, 99.0);
-    ds.setDataLabel(0, "a");
-    ds.flush();
-    QCOMPARE(updates.count(), 0);
-    QCOMPARE(displayed(ds), range(0, 30));
-    QCOMPARE(ds.getItemCount(), 50ul);
-    QCOMPARE(timeOf(ds), 15.0);
 
-    ds.freeze(false);
-    QCOMPARE(displayed(ds), range(0, 30)); // nothing moves before the next flush
-    ds.flush();
-    QCOMPARE(displayed(ds), range(180, 50));
-    QCOMPARE(timeOf(ds), 115.0);
-    ds.freeze(true);
-    ds.freeze(true); // a second freeze changes nothing
-    ds.setTime(2.0, 1.0); // applies at once, announced only when unfrozen
-    QCOMPARE(timeOf(ds), 1.0);
-    ds.freeze(false);
-    ds.addData(230);
-    QCOMPARE(updates.count(), 1);
-}
+    void badInputIsIgnored()
+    {
+        KivDataSet ds(100, 100);
+        QSignalSpy updates(&ds, &KivDataSet::needUpdate);
+        for (int i = 0; i < 7000; ++i) {
+            ds.addData(i);
+            ds.addData(i, i); // wrong size for a one-value series
+            ds.addData(i, i, i);
+        }
+        ds.flush();
+        QCOMPARE(updates.count(), 7000);
+        QCOMPARE(displayed(ds), range(0, 7000));
 
-void TestDataSetStore::discardingData_data()
-{
-    QTest::addColumn<int>("action"); // 0: clear(false), 1: clear(true), 2: setStyle, 3: setMaxItemCount
-    QTest::addColumn<bool>("frozen");
-    QTest::addColumn<double>("time");
-    QTest::addColumn<long>("scopeOffset");
-    QTest::newRow("clear, keep time") << 0 << false << 100.0 + 30 * 0.25 << -1l;
-    QTest::newRow("clear, reset time") << 1 << false << 0.0 << -1l;
-    QTest::newRow("clear frozen") << 1 << true << 0.0 << -1l;
-    QTest::newRow("setStyle") << 2 << false << 0.0 << 0l;
-    QTest::newRow("setMaxItemCount") << 3 << false << 0.0 << 0l;
-}
+        // setData reaches only samples already moved.
+        ds.setData(6500, -1.0); // in the second block
+        ds.setData(7000, 5.0);
+        ds.setData(ulong(-1), 5.0);
+        ds.addData(8.0);
+        ds.setData(7000, 5.0); // queued
+        QCOMPARE(updates.count(), 7002);
+        ds.flush();
+        const Values shown = displayed(ds);
+        QCOMPARE(shown.mid(6499, 2) + shown.mid(6999), Values({6499, -1, 6999, 8}));
+        QCOMPARE(ds.copyData(0, 10, nullptr), 0ul);
+    }
 
-void TestDataSetStore::discardingData()
-{
-    QFETCH(int, action);
-    QFETCH(bool, frozen);
-    QFETCH(double, time);
-    QFETCH(long, scopeOffset);
+    void freezeHoldsDisplayedData()
+    {
+        KivDataSet ds(100, 100);
+        ds.setMaxItemCount(50);
+        ds.setTime(0.5, 0.0);
+        for (int i = 0; i < 30; ++i)
+            ds.addData(i);
+        QCOMPARE(timeOf(ds), 0.0); // moves with the samples, not before
+        QSignalSpy updates(&ds, &KivDataSet::needUpdate);
+        ds.freeze(true); // moves what is queued first
+        QCOMPARE(Values({ds.getItemTime(0), ds.getItemTime(2), ds.getItemTime(-2)}), Values({15.0, 14.0, 16.0}));
+        for (int i = 30; i < 230; ++i) {
+            ds.addData(i);
+            if (i % 17 == 0)
+                ds.flush();
+        }
+        ds.setData(0, 99.0);
+        ds.setDataLabel(0, "a");
+        ds.flush();
+        QCOMPARE(updates.count(), 0);
+        QCOMPARE(displayed(ds), range(0, 30));
+        QCOMPARE(ds.getItemCount(), 50ul);
+        QCOMPARE(timeOf(ds), 15.0);
 
-    KivDataSet ds(100, 100);
-    ds.setMaxItemCount(20);
-    ds.setTime(0.25, 100.0);
-    for (int i = 0; i < 30; ++i)
-        ds.addData(i);
-    ds.flush();
-    ds.addData(7);
-    ds.freeze(frozen);
-    QSignalSpy updates(&ds, &KivDataSet::needUpdate);
-    if (action < 2)
-        ds.clear(action == 1);
-    else if (action == 2)
-        ds.setStyle(KivDataStylePoints);
-    else
-        ds.setMaxItemCount(200);
-    QCOMPARE(updates.count(), 1);
-    QCOMPARE(ds.getItemCount() + ds.getDisplayItemCount(), 0ul);
-    QCOMPARE(ds.getScopeOffset(), scopeOffset);
-    QCOMPARE(timeOf(ds), time);
+        ds.freeze(false);
+        QCOMPARE(displayed(ds), range(0, 30)); // nothing moves before the next flush
+        ds.flush();
+        QCOMPARE(displayed(ds), range(180, 50));
+        QCOMPARE(timeOf(ds), 115.0);
+        ds.freeze(true);
+        ds.freeze(true); // a second freeze changes nothing
+        ds.setTime(2.0, 1.0); // applies at once, announced only when unfrozen
+        QCOMPARE(timeOf(ds), 1.0);
+        ds.freeze(false);
+        ds.addData(230);
+        QCOMPARE(updates.count(), 1);
+    }
 
-    ds.freeze(false); // the series works as before
-    ds.addData(1.0);
-    ds.addData(2.0);
-    ds.flush();
-    QCOMPARE(displayed(ds), Values({1.0, 2.0}));
-}
+    void discardingData_data()
+    {
+        QTest::addColumn<Discard>("c");
+        const auto clear = [](bool time) { return [time](KivDataSet &ds) { ds.clear(time); }; };
+        QTest::newRow("clear, keep time") << Discard{clear(false), false, 100.0 + 30 * 0.25, -1};
+        QTest::newRow("clear, reset time") << Discard{clear(true), false, 0.0, -1};
+        QTest::newRow("clear frozen") << Discard{clear(true), true, 0.0, -1};
+        QTest::newRow("setStyle") << Discard{[](KivDataSet &ds) { ds.setStyle(KivDataStylePoints); }, false, 0.0, 0};
+        QTest::newRow("setMaxItemCount") << Discard{[](KivDataSet &ds) { ds.setMaxItemCount(200); }, false, 0.0, 0};
+    }
 
-void TestDataSetStore::barSlotsAreZeroFilled()
-{
-    KivDataSet ds(100, 100);
-    ds.setStyle(KivDataStyleBar);
-    ds.setMaxItemCount(4);
-    QCOMPARE(displayed(ds), Values(4, 0.0));
-    ds.addData(5.0);
-    ds.addData(6.0);
-    ds.flush();
-    QCOMPARE(displayed(ds), Values({0, 0, 5, 6}));
-
-    ds.setDataLabel(1, "b"); // one label per slot
-    ds.setDataLabel(4, "x");
-    ds.setDataLabel(-1, "x");
-    QCOMPARE(ds.getLabelList(), QList<QString>({"", "b", "", ""}));
-
-    ds.clear(true);
-    QCOMPARE(displayed(ds), Values(4, 0.0));
-    ds.setMaxItemCount(13000); // more slots than a block holds
-    ds.addData(1.0);
-    ds.flush();
-    QCOMPARE(displayed(ds), Values(12999, 0.0) << 1.0);
-    ds.setMaxItemCount(0); // without a bound there are no slots
-    QCOMPARE(ds.getDisplayItemCount(), 0ul);
-    QVERIFY(ds.getLabelList().isEmpty());
-}
-
-void TestDataSetStore::addAtFront()
-{
-    KivDataSet ds(100, 100);
-    ds.addData(1);
-    ds.addData(2);
-    ds.setAddPosition(true); // unchanged: nothing is moved
-    QCOMPARE(ds.getDisplayItemCount(), 0ul);
-    ds.setAddPosition(false); // the queued samples are moved first
-    QVERIFY(!ds.isAddedAtBack());
-    ds.setTime(1.0, 100.0);
-    ds.addData(3);
-    ds.addData(4);
-    ds.setAddPosition(true);
-    QCOMPARE(displayed(ds), Values({4, 3, 1, 2}));
-    QCOMPARE(timeOf(ds), 98.0);
-
-    ds.setMaxItemCount(4); // a bound drops the oldest, at the tail
-    ds.setAddPosition(false);
-    for (int i = 1; i <= 9; ++i)
-        ds.addData(i);
-    ds.flush();
-    QCOMPARE(displayed(ds), Values({9, 8, 7, 6}));
-    ds.setAddPosition(true);
-    ds.addData(10);
-    ds.flush();
-    QCOMPARE(displayed(ds), Values({8, 7, 6, 10}));
-}
-
-void TestDataSetStore::scopeOffset()
-{
-    KivDataSet ds(100, 100);
-    ds.setStyle(KivDataStyleScope);
-    ds.setMaxItemCount(10);
-    // Not full: nothing overwritten yet; at the front the cursor runs back and wraps below 0.
-    const struct { int added; bool atBack; long offset; } steps[] = {{10, true, 0}, {3, true, 3}, {25, true, 8}, {9, false, 9}};
-    for (const auto &s : steps) {
-        ds.setAddPosition(s.atBack);
-        for (int i = 0; i < s.added; ++i)
+    void discardingData()
+    {
+        QFETCH(Discard, c);
+        KivDataSet ds(100, 100);
+        ds.setMaxItemCount(20);
+        ds.setTime(0.25, 100.0);
+        for (int i = 0; i < 30; ++i)
             ds.addData(i);
         ds.flush();
-        QCOMPARE(ds.getScopeOffset(), s.offset);
-    }
-    ds.setStyle(KivDataStyleLine); // without the scope bit the offset stays where it was put
-    ds.setAddPosition(true);
-    for (int i = 0; i < 15; ++i)
-        ds.addData(i);
-    ds.flush();
-    QCOMPARE(ds.getScopeOffset(), 0l);
+        ds.addData(7);
+        ds.freeze(c.frozen);
+        QSignalSpy updates(&ds, &KivDataSet::needUpdate);
+        c.action(ds);
+        QCOMPARE(updates.count(), 1);
+        QCOMPARE(ds.getItemCount() + ds.getDisplayItemCount(), 0ul);
+        QCOMPARE(ds.getScopeOffset(), c.scopeOffset);
+        QCOMPARE(timeOf(ds), c.time);
 
-    // Setting it clamps to the last sample and returns the previous one.
-    QCOMPARE(ds.setScopeOffset(100), 0l);
-    QCOMPARE(ds.setScopeOffset(4), 9l);
-    QCOMPARE(ds.setScopeOffset(-1), 4l);
-    QCOMPARE(ds.getScopeOffset(), -1l);
-    KivDataSet empty(100, 100);
-    empty.setScopeOffset(3);
-    QCOMPARE(empty.getScopeOffset(), -1l);
-}
-
-void TestDataSetStore::signalsAndInitialExtents()
-{
-    KivDataSet ds(400, 200); // before the first frame the extents span -1 .. 1
-    QCOMPARE(QPointF(ds.getLastMinMax()(1, 0), ds.getLastMinMax()(1, 1)), QPointF(-1, 1));
-    // Each change is announced once; setting the same value again is silent.
-    QSignalSpy labels(&ds, &KivDataSet::labelChanged), colours(&ds, &KivDataSet::colorChanged);
-    QSignalSpy updates(&ds, &KivDataSet::needUpdate);
-    for (int i = 0; i < 2; ++i) {
-        ds.setLabel("Pressure");
-        ds.setColor(0.0, 0.5, 1.0);
-        ds.setVisible(false);
-        ds.setCurrentValueLabel("now");
+        ds.freeze(false); // the series works as before
+        ds.addData(1.0);
+        ds.addData(2.0);
+        ds.flush();
+        QCOMPARE(displayed(ds), Values({1.0, 2.0}));
     }
-    QVERIFY(labels.count() == 1 && colours.count() == 1 && updates.count() == 3);
-    QCOMPARE(colours.last().first().value<QColor>(), QColor::fromRgbF(0.0, 0.5, 1.0));
-}
+
+    void barSlotsAreZeroFilled()
+    {
+        KivDataSet ds(100, 100);
+        ds.setStyle(KivDataStyleBar);
+        ds.setMaxItemCount(4);
+        QCOMPARE(displayed(ds), Values(4, 0.0));
+        ds.addData(5.0);
+        ds.addData(6.0);
+        ds.flush();
+        QCOMPARE(displayed(ds), Values({0, 0, 5, 6}));
+
+        ds.setDataLabel(1, "b"); // one label per slot
+        ds.setDataLabel(4, "x");
+        ds.setDataLabel(-1, "x");
+        QCOMPARE(ds.getLabelList(), QList<QString>({"", "b", "", ""}));
+
+        ds.clear(true);
+        QCOMPARE(displayed(ds), Values(4, 0.0));
+        ds.setMaxItemCount(13000); // more slots than a block holds
+        ds.addData(1.0);
+        ds.flush();
+        QCOMPARE(displayed(ds), Values(12999, 0.0) << 1.0);
+        ds.setMaxItemCount(0); // without a bound there are no slots
+        QCOMPARE(ds.getDisplayItemCount(), 0ul);
+        QVERIFY(ds.getLabelList().isEmpty());
+    }
+
+    void addAtFront()
+    {
+        KivDataSet ds(100, 100);
+        ds.addData(1);
+        ds.addData(2);
+        ds.setAddPosition(true); // unchanged: nothing is moved
+        QCOMPARE(ds.getDisplayItemCount(), 0ul);
+        ds.setAddPosition(false); // the queued samples are moved first
+        ds.setTime(1.0, 100.0);
+        ds.addData(3);
+        ds.addData(4);
+        ds.setAddPosition(true);
+        QCOMPARE(displayed(ds), Values({4, 3, 1, 2}));
+        QCOMPARE(timeOf(ds), 98.0);
+
+        ds.setMaxItemCount(4); // a bound drops the oldest, at the tail
+        ds.setAddPosition(false);
+        for (int i = 1; i <= 9; ++i)
+            ds.addData(i);
+        ds.flush();
+        QCOMPARE(displayed(ds), Values({9, 8, 7, 6}));
+        ds.setAddPosition(true);
+        ds.addData(10);
+        ds.flush();
+        QCOMPARE(displayed(ds), Values({8, 7, 6, 10}));
+    }
+
+    void scopeOffset()
+    {
+        KivDataSet ds(100, 100);
+        ds.setStyle(KivDataStyleScope);
+        ds.setMaxItemCount(10);
+        // Not full: nothing overwritten yet; at the front the cursor runs back and wraps below 0.
+        const struct { int added; bool atBack; long offset; } steps[] = {{10, true, 0}, {3, true, 3}, {25, true, 8}, {9, false, 9}};
+        for (const auto &s : steps) {
+            ds.setAddPosition(s.atBack);
+            for (int i = 0; i < s.added; ++i)
+                ds.addData(i);
+            ds.flush();
+            QCOMPARE(ds.getScopeOffset(), s.offset);
+        }
+        ds.setStyle(KivDataStyleLine); // without the scope bit the offset stays where it was put
+        ds.setAddPosition(true);
+        for (int i = 0; i < 15; ++i)
+            ds.addData(i);
+        ds.flush();
+        QCOMPARE(ds.getScopeOffset(), 0l);
+
+        // Setting it clamps to the last sample and returns the previous one.
+        QCOMPARE(ds.setScopeOffset(100), 0l);
+        QCOMPARE(ds.setScopeOffset(4), 9l);
+        QCOMPARE(ds.setScopeOffset(-1), 4l);
+        QCOMPARE(ds.getScopeOffset(), -1l);
+        KivDataSet empty(100, 100);
+        empty.setScopeOffset(3);
+        QCOMPARE(empty.getScopeOffset(), -1l);
+    }
+
+    void signalsOncePerChange()
+    {
+        KivDataSet ds(400, 200);
+        // Each change is announced once; setting the same value again is silent.
+        QSignalSpy labels(&ds, &KivDataSet::labelChanged), colours(&ds, &KivDataSet::colorChanged),
+            updates(&ds, &KivDataSet::needUpdate);
+        for (int i = 0; i < 2; ++i) {
+            ds.setLabel("Pressure");
+            ds.setColor(0.0, 0.5, 1.0);
+            ds.setVisible(false);
+            ds.setCurrentValueLabel("now");
+        }
+        QVERIFY(labels.count() == 1 && colours.count() == 1 && updates.count() == 3);
+        QCOMPARE(colours.last().first().value<QColor>(), QColor::fromRgbF(0.0, 0.5, 1.0));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestDataSetStore)
 #include "tst_datasetstore.moc"

@@ -52,134 +52,115 @@ class TestVeloLock : public QObject
     Q_OBJECT
 
 private slots:
-    void reentryAndRelease();
-    void upgrade();
-    void downgrade();
-    void writerPreference();
-    void readerListGrows();
-};
+    void reentryAndRelease()
+    {
+        ReadWriteMutex m;
+        {
+            LockReadWrite a(m), b(m);
+            QVERIFY(!a.unlock()); // holds nothing yet
+            QVERIFY(a.lock(true) && a.lock(true)); // the same guard does not go deeper
+            QVERIFY(b.lock(true));
+            QCOMPARE(m.writeDepth(), 2u);
+            QVERIFY(a.unlock() && m.isWriteLocked());
+        } // b released by its destructor
+        QCOMPARE(m.writeDepth(), 0u);
+        {
+            LockReadWrite a(m), b(m), c(m);
+            QVERIFY(a.lock(false) && a.lock(false) && b.lock(false) && c.lock(false));
+            QCOMPARE(m.readLocksOfCurrentThread(), 3);
+            QVERIFY(b.unlock() && !b.unlock());
+            QCOMPARE(m.readerCount(), 2);
+        }
+        QCOMPARE(m.readerCount(), 0);
 
-void TestVeloLock::reentryAndRelease()
-{
-    ReadWriteMutex m;
-    {
-        LockReadWrite a(m), b(m);
-        QVERIFY(!a.unlock()); // holds nothing yet
-        QVERIFY(a.lock(true) && a.lock(true)); // the same guard does not go deeper
-        QVERIFY(b.lock(true));
-        QCOMPARE(m.writeDepth(), 2u);
-        QVERIFY(a.unlock());
-        QVERIFY(m.isWriteLocked());
-    } // b released by its destructor
-    QCOMPARE(m.writeDepth(), 0u);
-    {
-        LockReadWrite a(m), b(m), c(m);
-        QVERIFY(a.lock(false) && a.lock(false) && b.lock(false) && c.lock(false));
-        QCOMPARE(m.readLocksOfCurrentThread(), 3);
-        QVERIFY(b.unlock());
-        QVERIFY(!b.unlock());
-        QCOMPARE(m.readerCount(), 2);
+        // Far more read guards than the reader list starts with all hold the lock, and all let go.
+        std::vector<std::unique_ptr<LockReadWrite>> guards;
+        for (int i = 0; i < 300; ++i) {
+            guards.emplace_back(new LockReadWrite(m));
+            QVERIFY(guards.back()->lock(false));
+        }
+        QCOMPARE(m.readerCount(), 300);
+        guards.clear();
+        QCOMPARE(m.readerCount(), 0);
+        std::atomic<int> order{0};
+        Taker(m, true, order).join();
+        QCOMPARE(order.load(), 1);
     }
-    QCOMPARE(m.readerCount(), 0);
-}
 
-void TestVeloLock::upgrade()
-{
-    ReadWriteMutex m;
+    void upgradeAndDowngrade()
     {
-        LockReadWrite r1(m), r2(m), w(m), g(m);
-        QVERIFY(r1.lock(false) && r2.lock(false));
-        QVERIFY(w.lock(true)); // all reader entries are this thread's
-        QVERIFY(g.lock(false) && g.lock(true)); // a reading guard gives up its entry first
-        QVERIFY(g.isWriteLocked() && !g.isReadLocked());
-        QCOMPARE(m.readerCount(), 2);
-        QCOMPARE(m.writeDepth(), 2u);
+        ReadWriteMutex m;
+        {
+            LockReadWrite r1(m), r2(m), w(m), g(m);
+            QVERIFY(r1.lock(false) && r2.lock(false));
+            QVERIFY(w.lock(true)); // all reader entries are this thread's
+            QVERIFY(g.lock(false) && g.lock(true)); // a reading guard gives up its entry first
+            QVERIFY(g.isWriteLocked() && !g.isReadLocked());
+            QVERIFY(m.readerCount() == 2 && m.writeDepth() == 2);
+        }
+        // Another thread reads as well: the upgrade waits for it.
+        std::atomic<int> order{0};
+        Taker reader(m, false, order, true);
+        waitUntil([&] { return reader.turn.load() == 1; });
+        Taker upgrader(m, true, order, false, true);
+        waitUntil([&] { return m.waitingWriters() == 1; });
+        QCOMPARE(upgrader.turn.load(), 0);
+        reader.join();
+        upgrader.join();
+        QCOMPARE(upgrader.turn.load(), 2);
+        QVERIFY(m.readerCount() == 0 && !m.isWriteLocked());
+
+        // Downgrading keeps writers out until the read entry goes too.
+        order = 0;
+        {
+            LockReadWrite g(m);
+            QVERIFY(g.lock(true) && g.lock(false));
+            QVERIFY(g.isReadLocked() && !g.isWriteLocked() && !m.isWriteLocked() && m.readerCount() == 1);
+            Taker writer(m, true, order);
+            waitUntil([&] { return m.waitingWriters() == 1; });
+            QCOMPARE(writer.turn.load(), 0);
+            QVERIFY(g.unlock());
+            writer.join();
+            QCOMPARE(writer.turn.load(), 1);
+        }
+        // Downgrading one of two nested write guards keeps the write side held.
+        LockReadWrite outer(m), inner(m);
+        QVERIFY(outer.lock(true) && inner.lock(true) && inner.lock(false));
+        QVERIFY(m.isWriteLocked() && m.writeDepth() == 1 && m.readerCount() == 1);
     }
-    // Another thread reads as well: the upgrade waits for it.
-    std::atomic<int> order{0};
-    Taker reader(m, false, order, true);
-    waitUntil([&] { return reader.turn.load() == 1; });
-    Taker upgrader(m, true, order, false, true);
-    waitUntil([&] { return m.waitingWriters() == 1; });
-    QCOMPARE(upgrader.turn.load(), 0);
-    reader.join();
-    upgrader.join();
-    QCOMPARE(upgrader.turn.load(), 2);
-    QVERIFY(m.readerCount() == 0 && !m.isWriteLocked());
-}
 
-void TestVeloLock::downgrade()
-{
-    ReadWriteMutex m;
-    std::atomic<int> order{0};
+    void writerPreference()
     {
-        LockReadWrite g(m);
-        QVERIFY(g.lock(true) && g.lock(false));
-        QVERIFY(g.isReadLocked() && !g.isWriteLocked() && !m.isWriteLocked() && m.readerCount() == 1);
+        ReadWriteMutex m;
+        std::atomic<int> order{0};
+        {
+            // The writer may still read while other writers wait.
+            LockReadWrite w(m), r(m);
+            QVERIFY(w.lock(true));
+            Taker other(m, true, order);
+            waitUntil([&] { return m.waitingWriters() == 1; });
+            QVERIFY(r.lock(false));
+            QCOMPARE(other.turn.load(), 0);
+            QVERIFY(r.unlock() && w.unlock());
+        }
+        // A waiting writer holds back new readers of other threads, not this thread's.
+        order = 0;
+        LockReadWrite mine(m), again(m);
+        QVERIFY(mine.lock(false));
         Taker writer(m, true, order);
         waitUntil([&] { return m.waitingWriters() == 1; });
-        QCOMPARE(writer.turn.load(), 0); // the read entry still keeps writers out
-        QVERIFY(g.unlock());
+        Taker reader(m, false, order);
+        waitUntil([&] { return reader.trying.load(); });
+        for (int i = 0; i < 2000; ++i) // only makes a wrong order likely to show
+            std::this_thread::yield();
+        QCOMPARE(reader.turn.load(), 0);
+        QVERIFY(again.lock(false) && again.unlock() && mine.unlock());
         writer.join();
+        reader.join();
         QCOMPARE(writer.turn.load(), 1);
+        QCOMPARE(reader.turn.load(), 2);
     }
-    // Downgrading one of two nested write guards keeps the write side held.
-    LockReadWrite outer(m), inner(m);
-    QVERIFY(outer.lock(true) && inner.lock(true) && inner.lock(false));
-    QVERIFY(m.isWriteLocked() && m.writeDepth() == 1 && m.readerCount() == 1);
-}
-
-void TestVeloLock::writerPreference()
-{
-    ReadWriteMutex m;
-    std::atomic<int> order{0};
-    {
-        // The writer may still read while other writers wait.
-        LockReadWrite w(m), r(m);
-        QVERIFY(w.lock(true));
-        Taker other(m, true, order);
-        waitUntil([&] { return m.waitingWriters() == 1; });
-        QVERIFY(r.lock(false));
-        QCOMPARE(other.turn.load(), 0);
-        r.unlock();
-        w.unlock();
-    }
-    // A waiting writer holds back new readers of other threads, not this thread's.
-    order = 0;
-    LockReadWrite mine(m), again(m);
-    QVERIFY(mine.lock(false));
-    Taker writer(m, true, order);
-    waitUntil([&] { return m.waitingWriters() == 1; });
-    Taker reader(m, false, order);
-    waitUntil([&] { return reader.trying.load(); });
-    for (int i = 0; i < 2000; ++i) // only makes a wrong order likely to show
-        std::this_thread::yield();
-    QCOMPARE(reader.turn.load(), 0);
-    QVERIFY(again.lock(false));
-    again.unlock();
-    mine.unlock();
-    writer.join();
-    reader.join();
-    QCOMPARE(writer.turn.load(), 1);
-    QCOMPARE(reader.turn.load(), 2);
-}
-
-void TestVeloLock::readerListGrows()
-{
-    // Far more read guards than the list starts with all hold the lock, and all let go.
-    ReadWriteMutex m;
-    std::vector<std::unique_ptr<LockReadWrite>> guards;
-    for (int i = 0; i < 300; ++i) {
-        guards.emplace_back(new LockReadWrite(m));
-        QVERIFY(guards.back()->lock(false));
-    }
-    QCOMPARE(m.readerCount(), 300);
-    guards.clear();
-    QCOMPARE(m.readerCount(), 0);
-    std::atomic<int> order{0};
-    Taker(m, true, order).join();
-    QCOMPARE(order.load(), 1);
-}
+};
 
 QTEST_GUILESS_MAIN(TestVeloLock)
 #include "tst_velolock.moc"
