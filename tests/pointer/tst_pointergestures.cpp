@@ -464,6 +464,25 @@ private slots:
         QTest::mouseMove(g, QPoint(140, 100)); // without the measure shown nothing moves
         QCOMPARE(g->scopeOffset(), 40L);
         g->showMeasure(true);
+        // The read-out stands beside the cursor at the top, on its right side, or on its left
+        // where the right side has no room. The view shows the whole window of samples.
+        g->setAxisScale('x', -1.0, 1.0);
+        g->setAxisScale('y', -10.0, 110.0);
+        QVERIFY(waitForFrame(g));
+        const QImage before = grab();
+        const auto newText = [&](const QImage& after, const QRect& area) {
+            return countPixels(before, after, area, dark) > countPixels(before, before, area, dark) + 10;
+        };
+        QTest::mouseMove(g, QPoint(150, 100));
+        QVERIFY(waitForFrame(g));
+        QImage shown = grab();
+        QVERIFY(newText(shown, QRect(155, 2, 50, 34)));
+        QVERIFY(!newText(shown, QRect(95, 2, 50, 34)));
+        QTest::mouseMove(g, QPoint(270, 100));
+        QVERIFY(waitForFrame(g));
+        shown = grab();
+        QVERIFY(newText(shown, QRect(215, 2, 50, 34)));
+        QVERIFY(!newText(shown, QRect(276, 2, 24, 34)));
         const std::pair<QPoint, long> moves[] = {{{150, 100}, 50}, {{225, 100}, 75}, {{299, 50}, 99}, {{0, 50}, 0}};
         for (const auto& m : moves) {
             QTest::mouseMove(g, m.first);
