@@ -193,6 +193,7 @@ void ScopeWindow::updateStatus()
     const double seconds = (now - lastTime) / 1000.0;
     if (seconds <= 0.0)
         return;
+    // The 3D view and its Lorenz thread count as one more graph and one more producer.
     const unsigned long long samples = producers.samplesProduced() + (unsigned long long)view->receivedCount();
     const int graphs = panel->findChildren<KivGraph*>().size() + 1;
     lastSampleRate = (samples - lastSamples) / seconds;
