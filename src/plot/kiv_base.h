@@ -9,9 +9,11 @@
 #include <votypes.h>
 
 #include <QColor>
+#include <QImage>
 #include <QWidget>
 
 class KivControlInterface;
+class QPainter;
 class KivGraphWidget;
 class KivWidgetPrivate;
 
@@ -32,7 +34,20 @@ public:
     //! An empty \a fontPath means "fonts/arial.ttf" in the application's directory.
     explicit KivWidget(int rows = 1, int cols = 1, const QString& fontPath = QString(),
                        QWidget* parent = nullptr);
+    //! One graph; the constructor that Qt Designer's generated code calls.
+    explicit KivWidget(QWidget* parent);
     ~KivWidget() override;
+
+    // Export of the panel; see KivGraph::toImage(). Without \a withToolBar the picture
+    // shows the grid of graphs alone, and \a size is the size of that grid.
+    QImage toImage(const QSize& size = QSize(), qreal scale = 0.0, bool withToolBar = true);
+    bool saveImage(const QString& path, const QSize& size = QSize(), qreal scale = 0.0,
+                   bool withToolBar = true);
+    void renderTo(QPainter* painter, const QRectF& target, bool withToolBar = true);
+    //! The series of every graph as CSV, headed "row,column label" when there are several
+    //! graphs; see KivGraph::toCsv().
+    QString toCsv(bool visibleOnly = false);
+    bool saveCsv(const QString& path, bool visibleOnly = false);
 
     QString fontPath() const;
 

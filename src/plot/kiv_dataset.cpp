@@ -665,6 +665,16 @@ unsigned long KivDataSet::copyData(unsigned long first, unsigned long count, dou
     return copied;
 }
 
+QVector<double> KivDataSet::snapshot()
+{
+    velo::LockReadWrite guard(d->lock);
+    flush(guard);
+    const int dims = dimensions();
+    QVector<double> out(int(d->displayQueue.size()) * dims);
+    out.resize(int(copyData(0, d->displayQueue.size(), out.data())) * dims);
+    return out;
+}
+
 const velo::Matrix &KivDataSet::getLastMinMax() const
 {
     return d->lastMinMax;

@@ -12,6 +12,7 @@
 #include <QObject>
 #include <QPointF>
 #include <QString>
+#include <QVector>
 
 #include <memory>
 
@@ -100,6 +101,10 @@ public:
     //! Copies up to `count` drawn samples from sample `first` on into `out` (dimensions()
     //! doubles each) and returns how many it copied. No lock: for the thread that draws.
     unsigned long copyData(unsigned long first, unsigned long count, double* out) const;
+    //! Moves queued samples into the drawn queue as a frame does and returns a copy of all
+    //! drawn samples (dimensions() doubles each), read under the series' lock so that
+    //! producers may keep adding. For the thread that draws.
+    QVector<double> snapshot();
 
     //! Extents of the samples drawn by the last display(): rows x, y, z; columns min, max.
     const velo::Matrix& getLastMinMax() const;

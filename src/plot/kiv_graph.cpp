@@ -1,6 +1,7 @@
 #include "kiv_graph.h"
 #include "kiv_dataset.h"
 
+#include <QOpenGLPaintDevice>
 #include <QThread>
 
 #include <cmath>

@@ -7,8 +7,10 @@
 #include "kivlegend.h"
 
 #include <QColor>
+#include <QImage>
 #include <QWidget>
 
+class QPainter;
 class QPoint;
 class QPointF;
 class QWheelEvent;
@@ -41,6 +43,14 @@ public:
     void setTitle(const QString& title);
     //! 'x' or 'y' (either case) sets that axis label; other axes have none.
     void setAxisLabel(char axis, const QString& label);
+
+    // Export of the whole widget (title, labels, legend, graph); see KivGraph::toImage().
+    QImage toImage(const QSize& size = QSize(), qreal scale = 0.0);
+    bool saveImage(const QString& path, const QSize& size = QSize(), qreal scale = 0.0);
+    void renderTo(QPainter* painter, const QRectF& target);
+    //! The graph's series as CSV; see KivGraph::toCsv().
+    QString toCsv(bool visibleOnly = false);
+    bool saveCsv(const QString& path, bool visibleOnly = false);
 
     bool isAutoScaleMethodChangeAllowed() const override;
     KivAutoScaleMethod getAutoScaleMethod() const override;
