@@ -118,6 +118,26 @@ KivWidget::~KivWidget()
     delete d;
 }
 
+int KivWidget::rows() const
+{
+    return d->rows;
+}
+
+int KivWidget::columns() const
+{
+    return d->columns;
+}
+
+void KivWidget::setRows(int rows)
+{
+    selectLayout(rows, d->columns);
+}
+
+void KivWidget::setColumns(int columns)
+{
+    selectLayout(d->rows, columns);
+}
+
 QImage KivWidget::toImage(const QSize& size, qreal scale, bool withToolBar)
 {
     return KivExport::toImage(withToolBar ? static_cast<QWidget*>(this) : d->grid, size, scale);
@@ -138,7 +158,7 @@ QString KivWidget::toCsv(bool visibleOnly)
     KivExport::Csv csv;
     for (int i = 0; i < d->graphs.size(); ++i) {
         const QString prefix = d->graphs.size() > 1
-            ? QStringLiteral("%1,%2 ").arg(i / d->columns).arg(i % d->columns) : QString();
+            ? QStringLiteral("r%1c%2 ").arg(i / d->columns).arg(i % d->columns) : QString();
         csv.addGraph(d->graphs.at(i)->graph(), nullptr, prefix, visibleOnly);
     }
     return csv.text();

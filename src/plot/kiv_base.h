@@ -29,6 +29,9 @@ class KivWidgetPrivate;
 class KIV_EXPORT KivWidget : public QWidget
 {
     Q_OBJECT
+    // The grid size a form designer sets.
+    Q_PROPERTY(int rows READ rows WRITE setRows)
+    Q_PROPERTY(int columns READ columns WRITE setColumns)
 
 public:
     //! An empty \a fontPath means "fonts/arial.ttf" in the application's directory.
@@ -44,8 +47,8 @@ public:
     bool saveImage(const QString& path, const QSize& size = QSize(), qreal scale = 0.0,
                    bool withToolBar = true);
     void renderTo(QPainter* painter, const QRectF& target, bool withToolBar = true);
-    //! The series of every graph as CSV, headed "row,column label" when there are several
-    //! graphs; see KivGraph::toCsv().
+    //! The series of every graph as CSV, the labels prefixed by "r<row>c<column> " when
+    //! there are several graphs; see KivGraph::toCsv().
     QString toCsv(bool visibleOnly = false);
     bool saveCsv(const QString& path, bool visibleOnly = false);
 
@@ -53,6 +56,11 @@ public:
 
     // Layout and the grid as a whole.
     void getLayout(int& rows, int& cols) const;
+    int rows() const;
+    int columns() const;
+    //! selectLayout() with the other size kept.
+    void setRows(int rows);
+    void setColumns(int columns);
     //! Gives every row and column of the grid the same size again.
     void resetGrid();
     void setLegendLayout(KivLegendLayout layout);

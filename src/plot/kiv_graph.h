@@ -37,6 +37,7 @@ class QPainter;
 class KIV_EXPORT KivGraph : public QOpenGLWidget, private QOpenGLFunctions
 {
     Q_OBJECT
+    Q_PROPERTY(QString noDataText READ noDataText WRITE setNoDataText)
 
 public:
     //! What a drag with the pointer does.

@@ -148,6 +148,21 @@ void KivGraphWidget::setTitle(const QString& title)
     d->titleLabel->setVisible(!title.isEmpty());
 }
 
+QString KivGraphWidget::title() const
+{
+    return d->titleLabel->text();
+}
+
+QString KivGraphWidget::xLabel() const
+{
+    return d->xLabel->text();
+}
+
+QString KivGraphWidget::yLabel() const
+{
+    return d->yLabel->text();
+}
+
 void KivGraphWidget::setXLabel(const QString& label)
 {
     d->xLabel->setText(label);

@@ -28,6 +28,12 @@ class KivGraphWidgetPrivate;
 class KIV_EXPORT KivGraphWidget : public QWidget, public KivControlInterface
 {
     Q_OBJECT
+    // The settings a form designer sets.
+    Q_PROPERTY(QString title READ title WRITE setTitle)
+    Q_PROPERTY(QString xLabel READ xLabel WRITE setXLabel)
+    Q_PROPERTY(QString yLabel READ yLabel WRITE setYLabel)
+    Q_PROPERTY(bool legendVisible READ isLegendChecked WRITE setLegendChecked)
+    Q_PROPERTY(bool frozen READ isFreezeChecked WRITE setFreezeChecked)
 
 public:
     explicit KivGraphWidget(QWidget* parent = nullptr);
@@ -41,6 +47,9 @@ public:
 
     //! The title is shown exactly when \a title is not empty.
     void setTitle(const QString& title);
+    QString title() const;
+    QString xLabel() const;
+    QString yLabel() const;
     //! 'x' or 'y' (either case) sets that axis label; other axes have none.
     void setAxisLabel(char axis, const QString& label);
 
