@@ -23,6 +23,7 @@
 
 class KivDataSet;
 class KivExport;
+class KivUpdateRelay;
 class QOpenGLPaintDevice;
 class QPainter;
 
@@ -327,6 +328,8 @@ private:
     };
 
     UpdateThrottle m_throttle;
+    //! Brings producers' repaint requests to this thread, one pending call at a time.
+    KivUpdateRelay* m_relay = nullptr;
     QList<KivAxisInfo> m_axes;
     QList<KivDataSet*> m_dataSets;
     KivAutoScaleMethod m_autoScaleMethod = KivNoAutoScale;

@@ -15,6 +15,7 @@
 class KivExport;
 class QPainter;
 struct GLUquadric;
+class KivUpdateRelay;
 
 /*!
  * \brief A rotatable, zoomable 3D view in an orthographic projection.
@@ -70,6 +71,9 @@ public:
     void renderTo(QPainter* painter, const QRectF& target);
 
 public slots:
+    //! Repaints soon. Safe from any thread: requests from other threads coalesce into one
+    //! pending call however often a producer asks.
+    void scheduleUpdate();
     //! Angles in degrees, kept in (-180, 180]; non-finite angles are ignored.
     void setXRotation(double angle);
     void setYRotation(double angle);
@@ -157,6 +161,7 @@ private:
     friend class KivExport;
     //! Device pixel ratio of an export under way; 0 outside exports.
     qreal exportRatio = 0.0;
+    KivUpdateRelay* updateRelay;
     // Blank cursors this view has pushed and not yet restored (one per button held).
     int cursorOverrides = 0;
 };
