@@ -28,12 +28,12 @@ class KivGraphWidgetPrivate;
 class KIV_EXPORT KivGraphWidget : public QWidget, public KivControlInterface
 {
     Q_OBJECT
-    // The settings a form designer sets.
+    // The settings a form designer sets; uic writes them through set<Name>().
     Q_PROPERTY(QString title READ title WRITE setTitle)
     Q_PROPERTY(QString xLabel READ xLabel WRITE setXLabel)
     Q_PROPERTY(QString yLabel READ yLabel WRITE setYLabel)
-    Q_PROPERTY(bool legendVisible READ isLegendChecked WRITE setLegendChecked)
-    Q_PROPERTY(bool frozen READ isFreezeChecked WRITE setFreezeChecked)
+    Q_PROPERTY(bool legendChecked READ isLegendChecked WRITE setLegendChecked)
+    Q_PROPERTY(bool freezeChecked READ isFreezeChecked WRITE setFreezeChecked)
 
 public:
     explicit KivGraphWidget(QWidget* parent = nullptr);

@@ -278,16 +278,23 @@ private slots:
         KivDataSet* ds = g.addDataSet(KivDataStyle1D, Qt::red, 0);
         const int total = 200000;
         std::atomic<bool> producing { true };
+        std::atomic<bool> clearsDone { false };
+        // The clears happen while the first half goes in; the second half follows them.
         std::thread producer([&] {
-            for (int i = 0; i < total; ++i)
+            for (int i = 0; i < total; ++i) {
+                if (i == total / 2)
+                    while (!clearsDone)
+                        QThread::yieldCurrentThread();
                 ds->addData(double(i));
+            }
             producing = false;
         });
         std::thread clearer([&] {
-            for (int i = 0; i < 3 && producing; ++i) {
-                QThread::msleep(5);
+            for (int i = 0; i < 3; ++i) {
+                QThread::msleep(2);
                 ds->clear(false);
             }
+            clearsDone = true;
         });
         int snapshots = 0;
         auto check = [&](int& last) {
