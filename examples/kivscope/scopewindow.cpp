@@ -9,9 +9,12 @@
 #include <kiv_graphwidget.h>
 
 #include <QDir>
+#include <QFileDialog>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
 #include <QEvent>
 #include <QLabel>
-#include <QPainter>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTimer>
@@ -53,6 +56,7 @@ ScopeWindow::ScopeWindow(const Options& opts, QWidget* parent)
     splitter->setStretchFactor(1, 1);
     setCentralWidget(splitter);
     statusBar()->addWidget(status, 1);
+    buildMenu();
     panel->setAllowLayoutSelection(true);
     panel->setLegendLayout(LegendAbove);
 
@@ -210,17 +214,35 @@ void ScopeWindow::updateStatus()
 bool ScopeWindow::saveScreenshots(const QString& dir)
 {
     QDir().mkpath(dir);
-    // A window grab shows the GL content but not what the graphs paint over it with QPainter,
-    // so each graph's own frame is laid over its place in the window.
-    QPixmap window = grab();
-    QPainter painter(&window);
-    bool ok = true;
+    // grab() includes what the graphs paint over their OpenGL content.
+    bool ok = grab().save(dir + "/kivscope.png");
     int index = 0;
-    for (KivGraph* graph : panel->findChildren<KivGraph*>()) {
-        const QImage frame = graph->grabFramebuffer();
-        painter.drawImage(graph->mapTo(this, QPoint(0, 0)), frame);
-        ok = frame.save(dir + QString("/graph-%1.png").arg(index++)) && ok;
-    }
-    painter.end();
-    return window.save(dir + "/kivscope.png") && ok;
+    for (KivGraph* graph : panel->findChildren<KivGraph*>())
+        ok = graph->saveImage(dir + QString("/graph-%1.png").arg(index++)) && ok;
+    ok = panel->saveImage(dir + "/panel.pdf") && ok;
+    return panel->saveCsv(dir + "/panel.csv", true) && ok;
+}
+
+void ScopeWindow::buildMenu()
+{
+    QMenu* file = menuBar()->addMenu(tr("&File"));
+    file->addAction(tr("Save panel as &PNG..."), this, [this] { savePanel(tr("PNG image (*.png)"), ".png"); },
+                    QKeySequence::Save);
+    file->addAction(tr("Save panel as P&DF..."), this, [this] { savePanel(tr("PDF document (*.pdf)"), ".pdf"); });
+    file->addAction(tr("Export visible samples as &CSV..."), this, [this] {
+        const QString path = QFileDialog::getSaveFileName(this, tr("Export CSV"), "kivscope.csv",
+                                                          tr("CSV (*.csv)"));
+        if (!path.isEmpty() && !panel->saveCsv(path, true))
+            QMessageBox::warning(this, tr("Export CSV"), tr("Could not write %1").arg(path));
+    }, QKeySequence(Qt::CTRL + Qt::Key_E));
+    file->addSeparator();
+    file->addAction(tr("&Quit"), this, &QWidget::close, QKeySequence::Quit);
+}
+
+// The panel at twice its pixels, so that the picture stays sharp when zoomed.
+void ScopeWindow::savePanel(const QString& filter, const QString& suffix)
+{
+    const QString path = QFileDialog::getSaveFileName(this, tr("Save panel"), "kivscope" + suffix, filter);
+    if (!path.isEmpty() && !panel->saveImage(path, QSize(), 2.0))
+        QMessageBox::warning(this, tr("Save panel"), tr("Could not write %1").arg(path));
 }
