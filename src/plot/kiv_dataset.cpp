@@ -728,10 +728,12 @@ unsigned long KivDataSet::copyData(unsigned long first, unsigned long count, dou
     return copied;
 }
 
-QVector<double> KivDataSet::snapshot()
+QVector<double> KivDataSet::snapshot(long *scopeOffset)
 {
     velo::LockReadWrite guard(d->lock);
     flush(guard);
+    if (scopeOffset)
+        *scopeOffset = d->scopeOffset;
     const int dims = dimensions();
     QVector<double> out(int(d->displayQueue.size()) * dims);
     out.resize(int(copyData(0, d->displayQueue.size(), out.data())) * dims);

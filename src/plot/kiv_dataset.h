@@ -108,8 +108,9 @@ public:
     unsigned long copyData(unsigned long first, unsigned long count, double* out) const;
     //! Moves queued samples into the drawn queue as a frame does and returns a copy of all
     //! drawn samples (dimensions() doubles each), read under the series' lock so that
-    //! producers may keep adding. For the thread that draws.
-    QVector<double> snapshot();
+    //! producers may keep adding; `scopeOffset`, if given, gets the offset of the same moment.
+    //! For the thread that draws.
+    QVector<double> snapshot(long* scopeOffset = nullptr);
 
     //! Extents of the samples drawn by the last display(): rows x, y, z; columns min, max.
     const velo::Matrix& getLastMinMax() const;

@@ -166,7 +166,8 @@ void KivExport::Csv::addGraph(KivGraph* graph, KivDataSet* only, const QString& 
 void KivExport::Csv::addSeries(KivDataSet& ds, const QString& name, bool timeAxis, bool visibleOnly,
                                double xMin, double xMax)
 {
-    const QVector<double> values = ds.snapshot();
+    long offset = -1;
+    const QVector<double> values = ds.snapshot(&offset);
     const int dims = ds.dimensions();
     const quint64 count = quint64(values.size()) / quint64(dims);
     Series s;
@@ -178,7 +179,6 @@ void KivExport::Csv::addSeries(KivDataSet& ds, const QString& name, bool timeAxi
         if (!ds.hasStyle(KivDataStyleBar, KivDataStyleShapeMask))
             slotCount = slotCount > 1 ? slotCount - 1 : 1;
         const bool scope = max > 0 && ds.hasStyle(KivDataStyleScope, 0x103);
-        const long offset = ds.getScopeOffset();
         const quint64 cursor = scope && offset >= 0 && quint64(offset) < slotCount ? quint64(offset) : 0;
         s.cells.reserve(int(2 * count));
         for (quint64 k = 0; k < count; ++k) {
