@@ -397,7 +397,9 @@ void KivGraph3D::gluFastPoint(const velo::Vector3& centre, double size)
 void KivGraph3D::drawGrid()
 {
     setGLColor(gridColor.lighter(150));
-    glLineWidth(GLfloat(devicePixelRatioF()));
+    // The plain GL entry point, like the rest of the grid: works in any current context,
+    // also before initializeGL() has resolved the member functions.
+    ::glLineWidth(GLfloat(devicePixelRatioF()));
     glBegin(GL_LINES);
     drawGridXY(false);
     drawGridXZ(false);
