@@ -51,10 +51,9 @@ int KivGraph::metric(PaintDeviceMetric metric) const
 void KivGraph::beginFramePainter(QPainter& painter)
 {
     const qreal ratio = devicePixelRatioF();
-    const QSize pixels = size() * ratio;
-    if (!m_frameDevice)
-        m_frameDevice.reset(new QOpenGLPaintDevice(pixels));
-    m_frameDevice->setSize(pixels);
+    // A device per frame: it binds to the context current now, and the widget gets a new
+    // context whenever it moves to another window.
+    m_frameDevice.reset(new QOpenGLPaintDevice(size() * ratio));
     m_frameDevice->setDevicePixelRatio(ratio);
     // Text keeps the size it has on the widget.
     m_frameDevice->setDotsPerMeterX(logicalDpiX() / 0.0254);
