@@ -22,10 +22,13 @@ void KivUpdateRelay::request()
     QMetaObject::invokeMethod(this, "deliver", Qt::QueuedConnection);
 }
 
+void KivUpdateRelay::rearm()
+{
+    m_pending.store(false);
+}
+
 void KivUpdateRelay::deliver()
 {
-    // Cleared before the request is handled: a sample added from now on posts a new call.
-    m_pending.store(false);
     emit updateRequested();
 }
 
