@@ -5,6 +5,7 @@
 
 KivUpdateRelay::KivUpdateRelay(QObject* parent)
     : QObject(parent)
+    , m_threadId(QThread::currentThreadId())
 {
     m_trailing.setSingleShot(true);
     connect(&m_trailing, &QTimer::timeout, this, &KivUpdateRelay::trailingUpdate);
@@ -12,7 +13,7 @@ KivUpdateRelay::KivUpdateRelay(QObject* parent)
 
 void KivUpdateRelay::request()
 {
-    if (QThread::currentThread() == thread()) {
+    if (QThread::currentThreadId() == m_threadId) {
         emit updateRequested();
         return;
     }

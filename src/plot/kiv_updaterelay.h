@@ -22,6 +22,7 @@ class KivUpdateRelay : public QObject
     Q_OBJECT
 
 public:
+    //! Created on, and delivering to, the GUI thread of \a parent.
     explicit KivUpdateRelay(QObject* parent);
 
     //! Any thread.
@@ -43,6 +44,8 @@ private slots:
     void deliver();
 
 private:
+    // The GUI thread, compared by id: cheaper than QThread::currentThread() per sample.
+    const Qt::HANDLE m_threadId;
     std::atomic<bool> m_pending{false};
     QTimer m_trailing;
 };
