@@ -252,8 +252,9 @@ public slots:
     void setDisplayUnits(bool imperial);
 
 public:
-    // Export (kiv_graph_export.cpp). An invalid size means the graph's own size; a scale of 0
-    // means the screen's device pixel ratio. Works on a graph that was never shown.
+    // Export (kiv_graph_export.cpp), on the GUI thread. An invalid size means the graph's own
+    // size; a scale of 0 means the screen's device pixel ratio. Works on a graph that was
+    // never shown.
     //! The picture as drawn, tick labels included, at \a size logical pixels times \a scale.
     QImage toImage(const QSize& size = QSize(), qreal scale = 0.0);
     //! PNG, JPEG or BMP by the suffix of \a path, or PDF (one page holding the raster
