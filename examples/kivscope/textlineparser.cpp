@@ -11,9 +11,9 @@ bool isBlank(char c)
     return c == ' ' || c == '\t' || c == '\r';
 }
 
-bool isSeparator(char c)
+bool isMark(char c)
 {
-    return c == ',' || c == ';' || isBlank(c);
+    return c == ',' || c == ';' || c == '\t';
 }
 
 // Parses the whole of [begin, end) as a number; "nan" and "inf" count as numbers.
@@ -73,10 +73,14 @@ void TextLineParser::finish()
     skipping = false;
 }
 
-// Splits a line into fields. Blanks around separators are ignored, a run of blanks is one
-// separator, and a separator at the end of the line opens no field. False for too many fields.
+// Splits a line into fields. A line with a comma, semicolon or tab is split there, and blanks
+// around fields are trimmed, so names may hold spaces; otherwise runs of blanks separate.
+// A separator at the end of the line opens no field. False for too many fields.
 bool TextLineParser::splitFields(const char* p, const char* end)
 {
+    bool marked = false;
+    for (const char* c = p; c < end && !marked; ++c)
+        marked = isMark(*c);
     fieldCount = 0;
     while (p < end && isBlank(*p))
         ++p;
@@ -84,18 +88,18 @@ bool TextLineParser::splitFields(const char* p, const char* end)
         if (fieldCount == MaxColumns)
             return false;
         const char* begin = p;
-        while (p < end && !isSeparator(*p))
+        while (p < end && !(marked ? isMark(*p) : isBlank(*p)))
             ++p;
+        const char* last = p;
+        while (last > begin && isBlank(last[-1]))
+            --last;
         fieldBegin[fieldCount] = begin;
-        fieldEnd[fieldCount] = p;
+        fieldEnd[fieldCount] = last;
         ++fieldCount;
-        while (p < end && isBlank(*p))
+        if (p < end && marked)
             ++p;
-        if (p < end && (*p == ',' || *p == ';')) {
+        while (p < end && isBlank(*p) && !(marked && isMark(*p)))
             ++p;
-            while (p < end && isBlank(*p))
-                ++p;
-        }
     }
     return true;
 }

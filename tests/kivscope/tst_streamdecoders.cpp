@@ -85,10 +85,11 @@ void TestStreamDecoders::textLines_data()
 
     const QStringList none;
     QTest::newRow("commas") << QByteArray("1,2\n3,4\n") << "1 2|3 4" << none << "";
-    QTest::newRow("semicolons, tabs, blank runs, CRLF") << QByteArray("1; 2\t3\r\n 4 ,5   6 \r\n") << "1 2 3|4 5 6" << none << "";
+    QTest::newRow("semicolons, tabs, blanks around them, CRLF") << QByteArray("1; 2\t3\r\n 4 ,5 , 6 \r\n") << "1 2 3|4 5 6" << none << "";
+    QTest::newRow("runs of blanks") << QByteArray("  1  2   3 \n") << "1 2 3" << none << "";
     QTest::newRow("signs and exponents") << QByteArray("+1.5 -2e3 .5\n") << "1.5 -2000 0.5" << none << "";
-    QTest::newRow("header names the columns") << QByteArray("time,volts\n0,1\n1,2\n") << "0 1|1 2"
-                                              << QStringList{"time", "volts"} << "";
+    QTest::newRow("header names the columns") << QByteArray("time [s], level [V]\n0,1\n1,2\n") << "0 1|1 2"
+                                              << QStringList{"time [s]", "level [V]"} << "";
     QTest::newRow("last line without newline") << QByteArray("1 2\n3 4") << "1 2|3 4" << none << "";
     QTest::newRow("blank lines and a trailing separator") << QByteArray("\n1,\n\n2,\n") << "1|2" << none << "";
     QTest::newRow("empty field and nan are gaps") << QByteArray("1,,nan\n") << "1 nan nan" << none << "";
