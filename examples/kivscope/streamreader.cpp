@@ -10,6 +10,8 @@ namespace {
 
 constexpr std::size_t ReadSize = 64 * 1024;
 constexpr int ReadTimeoutMs = 100;
+constexpr int GatherReads = 64;
+constexpr std::size_t GatherRows = 16384;
 
 } // namespace
 
@@ -93,22 +95,12 @@ void StreamReader::run()
             consumed = 0;
             if (ended)
                 break;
-            std::size_t size = 0;
-            switch (source->read(buffer.data(), buffer.size(), size, ReadTimeoutMs)) {
-            case StreamSource::Data:
-                decoder->feed(buffer.data(), size);
-                if (source->readsRecords())
-                    decoder->finish();
-                break;
-            case StreamSource::End:
-                decoder->finish();
-                ended = true;
-                break;
-            case StreamSource::Lost:
-                ++lost;
-                break;
-            case StreamSource::Idle:
-                break;
+            StreamSource::Status status = readOnce(ReadTimeoutMs, ended);
+            // Take in what is already waiting too: fewer, larger batches for the series.
+            for (int more = 0; status == StreamSource::Data && rate == 0.0 && more < GatherReads; ++more) {
+                if (decoder->columns() > 0 && decoded.size() / std::size_t(decoder->columns()) >= GatherRows)
+                    break;
+                status = readOnce(0, ended);
             }
             publishProblems();
             continue;
@@ -140,6 +132,29 @@ void StreamReader::run()
     done = !stopping;
     if (done)
         emit finished();
+}
+
+StreamSource::Status StreamReader::readOnce(int timeoutMs, bool& ended)
+{
+    std::size_t size = 0;
+    const StreamSource::Status status = source->read(buffer.data(), buffer.size(), size, timeoutMs);
+    switch (status) {
+    case StreamSource::Data:
+        decoder->feed(buffer.data(), size);
+        if (source->readsRecords())
+            decoder->finish();
+        break;
+    case StreamSource::End:
+        decoder->finish();
+        ended = true;
+        break;
+    case StreamSource::Lost:
+        ++lost;
+        break;
+    case StreamSource::Idle:
+        break;
+    }
+    return status;
 }
 
 void StreamReader::deliver(std::size_t first, std::size_t count)

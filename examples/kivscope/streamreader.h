@@ -54,6 +54,8 @@ signals:
 private:
     void run();
     bool waitForSeries();
+    // One read from the source into the decoder; `ended` is set at the end of the input.
+    StreamSource::Status readOnce(int timeoutMs, bool& ended);
     // Hands `count` decoded rows from `first` on to the series.
     void deliver(std::size_t first, std::size_t count);
     void publishProblems();

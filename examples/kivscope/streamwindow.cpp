@@ -96,6 +96,7 @@ void StreamWindow::buildPanel(int columns, const QStringList& names)
     panel->toolbar()->setLegendChecked(true);
     for (KivGraph* graph : panel->findChildren<KivGraph*>())
         graph->installEventFilter(this);
+    panelTime = clock.elapsed();
     reader->attach(series);
 }
 
@@ -125,7 +126,7 @@ double StreamWindow::samplesPerSecond() const
 
 double StreamWindow::framesPerSecond() const
 {
-    const qint64 ms = clock.elapsed();
+    const qint64 ms = clock.elapsed() - panelTime;
     const int graphs = graphCount();
     return ms > 0 && graphs > 0 ? double(frames) * 1000.0 / double(ms) / graphs : 0.0;
 }

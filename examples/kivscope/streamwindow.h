@@ -31,7 +31,7 @@ public:
 
     StreamWindow(StreamReader* reader, const Options& options, QWidget* parent = nullptr);
 
-    // Averages over the run, up to the end of the input when it ended.
+    // Averages over the run: samples up to the end of the input, frames since the graphs appeared.
     double samplesPerSecond() const;
     double framesPerSecond() const;
     bool saveScreenshots(const QString& dir);
@@ -57,6 +57,7 @@ private:
     std::vector<KivDataSet*> series;
     QElapsedTimer clock;
     qint64 endTime = -1;
+    qint64 panelTime = 0; // when the graphs appeared
     unsigned long long frames = 0;
     unsigned long long lastSamples = 0;
     qint64 lastTime = 0;
