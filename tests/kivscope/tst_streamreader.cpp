@@ -154,9 +154,9 @@ void TestStreamReader::fileReplay_data()
     QTest::addColumn<int>("dims");
     QTest::addColumn<int>("series");
 
-    QTest::newRow("as fast as possible, one column each") << 0.0 << 1 << 3;
-    QTest::newRow("paced, x/y pairs, the odd column dropped") << 40000.0 << 2 << 1;
-    QTest::newRow("paced, x/y/z triples") << 40000.0 << 3 << 1;
+    QTest::newRow("as fast as possible, one column each") << 0.0 << 1 << 5;
+    QTest::newRow("paced, x/y pairs, the odd column dropped") << 40000.0 << 2 << 2;
+    QTest::newRow("paced, x/y/z triples, two columns dropped") << 40000.0 << 3 << 1;
 }
 
 void TestStreamReader::fileReplay()
@@ -167,9 +167,13 @@ void TestStreamReader::fileReplay()
     const unsigned long rows = 4000;
     QTemporaryFile file;
     QVERIFY(file.open());
-    for (unsigned long i = 0; i < rows; ++i)
-        file.write(QByteArray::number(qulonglong(i)) + ' ' + QByteArray::number(qulonglong(2 * i)) + ' ' +
-                   QByteArray::number(qulonglong(3 * i)) + '\n');
+    // Column c holds (c + 1) * i.
+    for (unsigned long i = 0; i < rows; ++i) {
+        QByteArray row;
+        for (unsigned long c = 1; c <= 5; ++c)
+            row += QByteArray::number(qulonglong(c * i)) + ' ';
+        file.write(row + '\n');
+    }
     file.close();
     QString error;
     std::unique_ptr<FileSource> source = FileSource::open(file.fileName(), error);
