@@ -3,6 +3,8 @@
 #include <QSerialPort>
 #include <QThread>
 
+#include <cstdio>
+
 SerialSource::SerialSource(const QString& name, int rate)
     : device(name)
     , baud(rate)
@@ -19,7 +21,7 @@ QString SerialSource::description() const
 bool SerialSource::reopen()
 {
     if (sinceAttempt.isValid() && sinceAttempt.elapsed() < 500)
-        return false;
+        return false; // not yet: a failed attempt was just made
     sinceAttempt.start();
     if (!port)
         port = std::make_unique<QSerialPort>();
@@ -39,9 +41,13 @@ StreamSource::Status SerialSource::read(char* buffer, std::size_t capacity, std:
     if (!port || !port->isOpen()) {
         if (!reopen()) {
             QThread::msleep(unsigned(qMin(timeoutMs, 100)));
-            return Idle;
+            if (lossReported)
+                return Idle;
+            lossReported = true;
+            std::fprintf(stderr, "kivscope: %s: %s\n", qPrintable(device), qPrintable(port->errorString()));
+            return Lost;
         }
-        wasOpen = true;
+        lossReported = false;
     }
     if (port->bytesAvailable() == 0)
         port->waitForReadyRead(timeoutMs);
@@ -52,12 +58,11 @@ StreamSource::Status SerialSource::read(char* buffer, std::size_t capacity, std:
     }
     const QSerialPort::SerialPortError error = port->error();
     if (n < 0 || (error != QSerialPort::NoError && error != QSerialPort::TimeoutError)) {
+        std::fprintf(stderr, "kivscope: %s: %s\n", qPrintable(device), qPrintable(port->errorString()));
         port->close();
         port->clearError();
-        if (wasOpen) {
-            wasOpen = false;
-            return Lost;
-        }
+        lossReported = true;
+        return Lost;
     }
     return Idle;
 }

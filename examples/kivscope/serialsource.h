@@ -9,8 +9,8 @@
 
 class QSerialPort;
 
-// Reads a serial port at a given baud rate (8N1). When the port fails or disappears the read
-// reports it once as lost and keeps trying to open it again, twice a second. The port object
+// Reads a serial port at a given baud rate (8N1). When the port cannot be opened, fails or
+// disappears, a read reports it once as lost, and reads keep trying to open it twice a second. The port object
 // is made by the first read, so it lives in the reading thread.
 class SerialSource : public StreamSource
 {
@@ -28,7 +28,7 @@ private:
     int baud;
     std::unique_ptr<QSerialPort> port;
     QElapsedTimer sinceAttempt;
-    bool wasOpen = false;
+    bool lossReported = false; // this outage was reported already
 };
 
 #endif

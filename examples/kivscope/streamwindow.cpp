@@ -142,13 +142,16 @@ QString StreamWindow::problemCounts() const
 QString StreamWindow::problemText() const
 {
     const QString words[] = {tr("malformed lines"), tr("over-long lines"), tr("non-numbers"),
-                             tr("lines with another column count"), tr("cut frames"), tr("times the source was lost")};
+                             tr("lines with another column count"), tr("cut frames")};
     QStringList parts;
-    for (int kind = 0; kind < RowDecoder::ProblemCount; ++kind) {
+    for (int kind = 0; kind < RowDecoder::SourceLost; ++kind) {
         if (const unsigned long n = reader->problems(RowDecoder::Problem(kind)))
             parts << QStringLiteral("%1 %2").arg(n).arg(words[kind]);
     }
-    return parts.isEmpty() ? QString() : tr("skipped: %1").arg(parts.join(QStringLiteral(", ")));
+    QString text = parts.isEmpty() ? QString() : tr("skipped: %1").arg(parts.join(QStringLiteral(", ")));
+    if (const unsigned long lost = reader->problems(RowDecoder::SourceLost))
+        text += (text.isEmpty() ? QString() : QStringLiteral("; ")) + tr("source lost: %1").arg(lost);
+    return text;
 }
 
 void StreamWindow::updateStatus()

@@ -241,6 +241,7 @@ void TestStreamReader::serialPseudoTerminal()
         writeAll(master, text.constData(), std::size_t(text.size()));
         QTRY_COMPARE_WITH_TIMEOUT(run.reader->rowsRead(), qulonglong(sent), Patience);
     }
+    QCOMPARE(run.reader->problems(RowDecoder::SourceLost), 0UL);
     // The far end goes away, as an unplugged adapter does: counted once, nothing else.
     ::close(master);
     QTRY_COMPARE_WITH_TIMEOUT(run.reader->problems(RowDecoder::SourceLost), 1UL, Patience);
