@@ -117,17 +117,17 @@ int main(int argc, char** argv)
     parser.addOptions({rate, window, seconds, shots});
     parser.addOptions({
         {"udp", "Plot the datagrams arriving on this UDP port.", "port"},
-        {"bind", "The address --udp listens on.", "address", "127.0.0.1"},
+        {"bind", "The address --udp listens on (127.0.0.1).", "address", "127.0.0.1"},
         {"serial", "Plot what arrives on this serial port.", "device"},
-        {"baud", "Baud rate of --serial.", "n", "115200"},
+        {"baud", "Baud rate of --serial (115200).", "n", "115200"},
         {"xy", "Pair the columns into x/y series."},
         {"xyz", "Group the columns into x/y/z series."},
         {"binary", "Read little-endian binary frames of int16, int32, float32 or float64.", "type"},
-        {"channels", "Values per binary frame.", "n", "1"},
+        {"channels", "Values per binary frame (1).", "n", "1"},
         {"grid", "Panel layout as ROWSxCOLUMNS; chosen from the series count by default.", "layout"},
-        {"max", "Samples kept per series.", "n", "4000"},
+        {"max", "Samples kept per series (4000).", "n", "4000"},
         {"interval", "Seconds between samples: the x axis shows times.", "seconds"},
-        {"style", "line, points or bars.", "style", "line"},
+        {"style", "line (the default), points or bars.", "style", "line"},
         {"exit-at-end", "Close when a file or standard input ends."},
     });
     parser.process(app);
