@@ -87,7 +87,7 @@ void TestKivscope::stream_data()
     QTest::newRow("binary int16 cut mid-frame")
         << "binary" << QStringList{"-", "--exit-at-end", "--binary", "int16", "--channels", "2"}
         << QStringList{"3 rows into 2 series", "cut-frame=1", "series \"column 2\": 3 samples, 0 gaps, y -6 .. -2"};
-    QTest::newRow("udp") << "udp" << QStringList{"--seconds", "6", "--interval", "0.001"}
+    QTest::newRow("udp") << "udp" << QStringList{"--seconds", "8", "--interval", "0.001"}
                          << QStringList{"4 rows into 3 series", "malformed=1",
                                         "series \"p\": 4 samples, 0 gaps, y 1 .. 10"};
 }
