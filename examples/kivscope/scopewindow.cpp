@@ -2,13 +2,13 @@
 
 #include "lorenzsource.h"
 #include "lorenzview.h"
+#include "screenshots.h"
 
 #include <kiv_base.h>
 #include <kiv_dataset.h>
 #include <kiv_graph.h>
 #include <kiv_graphwidget.h>
 
-#include <QDir>
 #include <QFileDialog>
 #include <QMenu>
 #include <QMenuBar>
@@ -213,12 +213,8 @@ void ScopeWindow::updateStatus()
 
 bool ScopeWindow::saveScreenshots(const QString& dir)
 {
-    QDir().mkpath(dir);
-    // grab() includes what the graphs paint over their OpenGL content.
-    bool ok = grab().save(dir + "/kivscope.png");
-    int index = 0;
-    for (KivGraph* graph : panel->findChildren<KivGraph*>())
-        ok = graph->saveImage(dir + QString("/graph-%1.png").arg(index++)) && ok;
+    // The panel also goes out as a PDF page and its visible samples as CSV.
+    bool ok = ::saveScreenshots(this, panel, dir);
     ok = panel->saveImage(dir + "/panel.pdf") && ok;
     return panel->saveCsv(dir + "/panel.csv", true) && ok;
 }
