@@ -139,6 +139,11 @@ public:
     //! Draws the series into the current GL context within the scale box `box`
     //! (rows x, y, z; columns min, max) and records the drawn extents.
     void display(const velo::MatrixF<3, 2>& box);
+    //! With decimation on (the default), display() draws a series holding more than about
+    //! four samples per pixel column as only the samples that can change pixels; the picture,
+    //! the extents and the current value stay the same. Off draws every sample.
+    void setDecimationEnabled(bool on);
+    bool isDecimationEnabled() const;
     //! Drawn position (device units) and text of the current value after display().
     QPointF currentValuePosition() const;
     QString currentValueText() const;
