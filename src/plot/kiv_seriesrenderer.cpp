@@ -17,6 +17,12 @@ constexpr quint64 SamplesPerColumn = 4;
 // sample is always drawn.
 constexpr double EdgeMargin = 1.0 / 64.0;
 constexpr double Gap = KivGap;
+// Line vertices are snapped to 1/256 pixel: one this close to a column edge may be drawn in
+// either column.
+constexpr double LineEdgeMargin = 1.0 / 128.0;
+// Samples kept per extreme row of a line column (with their neighbours); a flat column may
+// have more, whose effect on that one pixel row is then approximated.
+constexpr size_t MaxRowSamples = 48;
 
 } // namespace
 
@@ -524,6 +530,7 @@ void KivSeriesRenderer::startReduction(int width, int height)
     kept.clear();
     stripStarts.assign(1, 0);
     columnOpen = false;
+    previous = Kept{};
     if (reduction == Reduction::Points)
         rowColumn.assign(size_t(rows) + 2, LONG_MIN);
 }
@@ -538,18 +545,52 @@ void KivSeriesRenderer::add(quint64 i, double x, double y)
         // next to the visible ones matter there.
         const long c = px >= 0.0 ? (px < double(columns) ? long(px) : columns) : -1;
         const Kept s{i, x, y};
+        if (needAfterTop && top.size() < MaxRowSamples)
+            top.push_back(s);
+        if (needAfterBottom && bottom.size() < MaxRowSamples)
+            bottom.push_back(s);
+        if (needAfterEdge)
+            edges.push_back(s);
+        needAfterTop = needAfterBottom = needAfterEdge = false;
+        // Rows above and below the viewport each count as one.
+        const double py = (y + 1.0) * halfHeight;
+        const long r = py >= 0.0 ? (py < double(rows) ? long(py) : rows) : -1;
         if (!columnOpen || c != column) {
             flushColumn();
             column = c;
             columnOpen = true;
-            first = low = high = last = s;
-            return;
+            first = last = s;
+            topRow = bottomRow = r;
+            top.clear();
+            bottom.clear();
+            edges.clear();
+            keepAround(top, s, needAfterTop);
+            keepAround(bottom, s, needAfterBottom);
+        } else {
+            // Beyond the viewport only the first sample to get there matters.
+            if (r > topRow) {
+                topRow = r;
+                top.clear();
+                keepAround(top, s, needAfterTop);
+            } else if (r == topRow && r < rows) {
+                keepAround(top, s, needAfterTop);
+            }
+            if (r < bottomRow) {
+                bottomRow = r;
+                bottom.clear();
+                keepAround(bottom, s, needAfterBottom);
+            } else if (r == bottomRow && r >= 0) {
+                keepAround(bottom, s, needAfterBottom);
+            }
+            last = s;
         }
-        if (y < low.y)
-            low = s;
-        else if (y > high.y)
-            high = s;
-        last = s;
+        const double fx = px - std::floor(px);
+        if (fx < LineEdgeMargin || fx > 1.0 - LineEdgeMargin) {
+            edges.push_back(previous);
+            edges.push_back(s);
+            needAfterEdge = true;
+        }
+        previous = s;
         return;
     }
     case Reduction::Points: {
@@ -589,21 +630,39 @@ void KivSeriesRenderer::keep(double x, double y)
     kept.push_back(y);
 }
 
-// A line column yields its first, lowest, highest and last sample in their order.
+void KivSeriesRenderer::keepAround(std::vector<Kept> &row, const Kept &s, bool &needNext)
+{
+    if (row.size() + 2 > MaxRowSamples)
+        return;
+    row.push_back(previous);
+    row.push_back(s);
+    needNext = true;
+}
+
+// Emits the kept samples of a line column in their order.
 void KivSeriesRenderer::flushColumn()
 {
     if (!columnOpen)
         return;
     columnOpen = false;
-    keep(first.x, first.y);
-    const Kept &a = low.i < high.i ? low : high;
-    const Kept &b = low.i < high.i ? high : low;
-    if (a.i != first.i && a.i != last.i)
-        keep(a.x, a.y);
-    if (b.i != first.i && b.i != last.i && b.i != a.i)
-        keep(b.x, b.y);
-    if (last.i != first.i)
-        keep(last.x, last.y);
+    needAfterTop = needAfterBottom = needAfterEdge = false;
+    picks.clear();
+    picks.push_back(first);
+    picks.push_back(last);
+    // Neighbours from other columns are drawn there already.
+    for (const std::vector<Kept> *row : {&top, &bottom, &edges}) {
+        for (const Kept &k : *row) {
+            if (k.i >= first.i && k.i <= last.i)
+                picks.push_back(k);
+        }
+    }
+    std::sort(picks.begin(), picks.end(), [](const Kept &a, const Kept &b) { return a.i < b.i; });
+    quint64 previousIndex = ~quint64(0);
+    for (const Kept &k : picks) {
+        if (k.i != previousIndex)
+            keep(k.x, k.y);
+        previousIndex = k.i;
+    }
 }
 
 void KivSeriesRenderer::breakStrip()

@@ -125,7 +125,15 @@ private:
     long columns = 0, rows = 0;
     bool columnOpen = false;
     long column = 0;
-    Kept first{}, low{}, high{}, last{};
+    // A line column keeps its first and last sample and every sample in its top and bottom
+    // pixel row with the samples either side: the segments through those rows decide which
+    // of their pixels are lit, every row between is lit anyway. Samples so close to a column
+    // edge that the rasteriser may put them in the next column are kept with theirs too.
+    void keepAround(std::vector<Kept> &row, const Kept &s, bool &needNext);
+    Kept first{}, last{}, previous{};
+    long topRow = 0, bottomRow = 0;
+    std::vector<Kept> top, bottom, edges, picks;
+    bool needAfterTop = false, needAfterBottom = false, needAfterEdge = false;
 };
 
 #endif // KIV_SERIESRENDERER_H
