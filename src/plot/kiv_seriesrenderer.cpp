@@ -440,6 +440,38 @@ void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end
     widenY(first, from);
     widenY(to, end);
 
+    if (reduction != Reduction::Line) {
+        addSlots(m, from, to, first, slot0);
+        flushColumn();
+        return;
+    }
+    // Column by column: the samples of one pixel column are found from the slot width.
+    const double pixelsPerSample = m.slot * m.sx * halfWidth;
+    quint64 i = from;
+    while (i < to) {
+        const double px = ((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx + 1.0) * halfWidth;
+        quint64 e = to;
+        if (px < double(columns)) {
+            const double edge = px < 0.0 ? 0.0 : std::floor(px) + 1.0;
+            auto before = [&](quint64 k) {
+                return ((-1.0 + double(slot0 + (k - first)) * m.slot + m.ox) * m.sx + 1.0) * halfWidth < edge;
+            };
+            const double guess = double(i) + std::ceil((edge - px) / pixelsPerSample);
+            e = guess >= double(to) ? to : std::max(i + 1, quint64(guess));
+            while (e < to && before(e))
+                ++e;
+            while (e > i + 1 && !before(e - 1))
+                --e;
+        }
+        reduceLineColumn(m, i, e, first, slot0);
+        i = e;
+    }
+    flushColumn();
+}
+
+// Offers the 1-value samples from .. to - 1 one by one (sample `first` in slot `slot0`).
+void KivSeriesRenderer::addSlots(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0)
+{
     forRange(from, to, 1, [&](const double *p, quint64 count, quint64 i0) {
         for (quint64 k = 0; k < count; ++k) {
             const double val = p[k];
@@ -454,7 +486,222 @@ void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end
             add(i, (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx, (val + m.oy) * m.sy);
         }
     });
+}
+
+// Where the rasteriser puts a vertex: the viewport transform in single precision, then
+// snapped to its 1/256-pixel grid.
+QPointF KivSeriesRenderer::windowPoint(double x, double y) const
+{
+    const float wx = float(x) * float(halfWidth) + float(halfWidth);
+    const float wy = float(y) * float(halfHeight) + float(halfHeight);
+    return QPointF(std::round(double(wx) * 256.0) / 256.0, std::round(double(wy) * 256.0) / 256.0);
+}
+
+// Whether the segment a -> b (window pixels) lights the pixel centred at `centre` under the
+// diamond-exit rule: it must pass through the pixel's diamond (|dx| + |dy| < 1/2) and end
+// outside it. Within a sixty-fourth of a pixel of either limit the answer is Maybe.
+KivSeriesRenderer::Light KivSeriesRenderer::lights(const QPointF &a, const QPointF &b, const QPointF &centre)
+{
+    const double dx = b.x() - a.x();
+    const double dy = b.y() - a.y();
+    auto distance = [&](double t) {
+        return std::fabs(a.x() + t * dx - centre.x()) + std::fabs(a.y() + t * dy - centre.y());
+    };
+    // The distance is convex and piecewise linear in t: its least value is at an end or
+    // where the segment crosses the centre's row or column.
+    double least = std::min(distance(0.0), distance(1.0));
+    if (dx != 0.0) {
+        const double t = (centre.x() - a.x()) / dx;
+        if (t > 0.0 && t < 1.0)
+            least = std::min(least, distance(t));
+    }
+    if (dy != 0.0) {
+        const double t = (centre.y() - a.y()) / dy;
+        if (t > 0.0 && t < 1.0)
+            least = std::min(least, distance(t));
+    }
+    const double end = distance(1.0);
+    const double margin = 1.0 / 64.0;
+    if (least > 0.5 + margin || end < 0.5 - margin)
+        return Light::Never;
+    if (least < 0.5 - margin && end > 0.5 + margin)
+        return Light::Surely;
+    return Light::Maybe;
+}
+
+// The samples from .. to - 1 of a line lie in one pixel column. Without gaps the column is
+// reduced in two tight passes (extremes, then the samples to keep) to what add() keeps.
+void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0)
+{
+    double lo = HUGE_VAL;
+    double hi = -HUGE_VAL;
+    bool gap = false;
+    forRange(from, to, 1, [&](const double *p, quint64 n, quint64) {
+        for (quint64 k = 0; k < n; ++k) {
+            const double val = p[k];
+            gap |= val == Gap;
+            lo = val < lo ? val : lo;
+            hi = val > hi ? val : hi;
+        }
+    });
+    if (gap || !(lo <= hi)) {
+        addSlots(m, from, to, first, slot0);
+        return;
+    }
     flushColumn();
+    mm[2] = std::min(mm[2], lo);
+    mm[3] = std::max(mm[3], hi);
+
+    auto xOf = [&](quint64 i) { return (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx; };
+    auto rowOf = [&](double val) {
+        const double py = ((val + m.oy) * m.sy + 1.0) * halfHeight;
+        return py >= 0.0 ? (py < double(rows) ? long(py) : rows) : -1;
+    };
+    picks.clear();
+    auto pick = [&](quint64 i, double val) { picks.push_back(Kept{i, xOf(i), (val + m.oy) * m.sy}); };
+    const double *p = sampleAt(from, 1);
+    pick(from, *p);
+    pick(to - 1, *sampleAt(to - 1, 1));
+    // Samples near the column's edges, with their neighbours.
+    for (quint64 i = from; i < to; ++i) {
+        const double px = (xOf(i) + 1.0) * halfWidth;
+        const double fx = px - std::floor(px);
+        if (fx >= LineEdgeMargin)
+            break;
+        for (quint64 k = i > from ? i - 1 : i; k <= i + 1 && k < to; ++k)
+            pick(k, *sampleAt(k, 1));
+    }
+    for (quint64 i = to; i-- > from;) {
+        const double px = (xOf(i) + 1.0) * halfWidth;
+        const double fx = px - std::floor(px);
+        if (fx <= 1.0 - LineEdgeMargin)
+            break;
+        for (quint64 k = i > from ? i - 1 : i; k <= i + 1 && k < to; ++k)
+            pick(k, *sampleAt(k, 1));
+    }
+    // The top and bottom pixel rows. Inside the viewport, the segments within the column
+    // that touch such a row are judged (see lights()): one that surely lights the row's
+    // pixel is kept, or, when none can, one sample of the row with its neighbours; every
+    // other kept segment touching the row must then leave the pixel dark too. Where that
+    // cannot be decided, all samples of the row are kept with their neighbours. Beyond the
+    // viewport only the first extreme sample counts.
+    const double px0 = (xOf(from) + 1.0) * halfWidth;
+    const long column = px0 >= 0.0 ? (px0 < double(columns) ? long(px0) : columns) : -1;
+    const long topRow = rowOf(hi);
+    const long bottomRow = rowOf(lo);
+    const double rowSpan = 1.0 / (halfHeight * m.sy);
+    const double topFrom = topRow < rows ? (double(topRow) / halfHeight - 1.0) / m.sy - m.oy - 0.01 * rowSpan : hi;
+    const double bottomTo = bottomRow >= 0 ? (double(bottomRow + 1) / halfHeight - 1.0) / m.sy - m.oy + 0.01 * rowSpan : lo;
+    const bool visibleColumn = column >= 0 && column < columns;
+    RowJudgement top{topRow, visibleColumn && topRow < rows};
+    RowJudgement bottom{bottomRow, visibleColumn && bottomRow >= 0};
+    auto inTop = [&](double val) { return val >= topFrom && rowOf(val) == topRow; };
+    auto inBottom = [&](double val) { return val <= bottomTo && rowOf(val) == bottomRow; };
+    auto pointOf = [&](quint64 i, double val) { return windowPoint(xOf(i), (val + m.oy) * m.sy); };
+    auto judge = [&](RowJudgement &row, quint64 i, double a, double b) {
+        if (!row.inside) {
+            if (!row.sure) {
+                row.sure = row.any = true;
+                row.witness = i;
+            }
+            return;
+        }
+        const QPointF centre(double(column) + 0.5, double(row.row) + 0.5);
+        const QPointF pa = pointOf(i - 1, a);
+        const QPointF pb = pointOf(i, b);
+        const Light l = lights(pa, pb, centre);
+        if (l == Light::Surely && !row.sure) {
+            row.sure = row.any = true;
+            row.witness = i;
+        }
+        row.maybe |= l == Light::Maybe;
+        // The stand-in for a dark pixel must lie well inside the column, where the rows
+        // below it are lit the same way as by the full line.
+        auto inner = [&](const QPointF &w) { return std::fabs(w.x() - centre.x()) < 0.5 - LineEdgeMargin; };
+        if (!row.any && inner(pa) && inner(pb)) {
+            row.any = true;
+            row.witness = i;
+        }
+    };
+    double before = 0.0;
+    forRange(from, to, 1, [&](const double *q, quint64 n, quint64 i0) {
+        for (quint64 k = 0; k < n; ++k) {
+            const double val = q[k];
+            const quint64 i = i0 + k;
+            if (i > from) {
+                if (val >= topFrom || before >= topFrom) {
+                    if (inTop(val) || inTop(before))
+                        judge(top, i, before, val);
+                }
+                if (val <= bottomTo || before <= bottomTo) {
+                    if (inBottom(val) || inBottom(before))
+                        judge(bottom, i, before, val);
+                }
+            }
+            before = val;
+        }
+    });
+    // The first and last sample with their inner neighbours; the segment judged for a row
+    // (ending at its witness) with the samples either side.
+    for (quint64 i : {from + 1, to - 2}) {
+        if (i > from && i + 1 < to)
+            pick(i, *sampleAt(i, 1));
+    }
+    for (const RowJudgement *row : {&top, &bottom}) {
+        if (row->witness <= from)
+            continue;
+        for (quint64 k = row->witness - 2; k <= row->witness + 1; ++k) {
+            if (k + 2 > from + 1 && k >= from && k < to)
+                pick(k, *sampleAt(k, 1));
+        }
+    }
+    std::sort(picks.begin(), picks.end(), [](const Kept &a, const Kept &b) { return a.i < b.i; });
+    // A connecting segment may not light a pixel that the full line leaves dark.
+    bool exact = !(top.maybe && !top.sure) && !(bottom.maybe && !bottom.sure);
+    for (size_t k = 1; exact && k < picks.size(); ++k) {
+        const Kept &a = picks[k - 1];
+        const Kept &b = picks[k];
+        if (b.i <= a.i + 1)
+            continue;
+        const QPointF pa = windowPoint(a.x, a.y);
+        const QPointF pb = windowPoint(b.x, b.y);
+        for (const RowJudgement *row : {&top, &bottom}) {
+            if (row->inside && !row->sure
+                && lights(pa, pb, QPointF(double(column) + 0.5, double(row->row) + 0.5)) != Light::Never)
+                exact = false;
+        }
+    }
+    if (!exact) {
+        // Every sample of the two rows with its neighbours.
+        size_t left = MaxRowSamples;
+        bool needNext = false;
+        forRange(from, to, 1, [&](const double *q, quint64 n, quint64 i0) {
+            for (quint64 k = 0; k < n; ++k) {
+                const double val = q[k];
+                const quint64 i = i0 + k;
+                if (needNext) {
+                    pick(i, val);
+                    needNext = false;
+                }
+                if (left > 0 && (inTop(val) || inBottom(val))) {
+                    --left;
+                    if (i > from)
+                        pick(i - 1, before);
+                    pick(i, val);
+                    needNext = true;
+                }
+                before = val;
+            }
+        });
+    }
+    std::sort(picks.begin(), picks.end(), [](const Kept &a, const Kept &b) { return a.i < b.i; });
+    quint64 previousIndex = ~quint64(0);
+    for (const Kept &k : picks) {
+        if (k.i != previousIndex)
+            keep(k.x, k.y);
+        previousIndex = k.i;
+    }
+    previous = picks.back();
 }
 
 // Reduces a 2-value series. A line whose x goes back anywhere cannot be reduced by columns:

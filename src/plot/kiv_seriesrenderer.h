@@ -82,6 +82,19 @@ private:
         double x, y;
     };
     enum class Reduction { Line, Points, Bars };
+    enum class Light { Never, Maybe, Surely };
+    static Light lights(const QPointF &a, const QPointF &b, const QPointF &centre);
+    QPointF windowPoint(double x, double y) const;
+    // What the segments within a line column do to the pixel of its top or bottom row.
+    struct RowJudgement
+    {
+        long row;
+        bool inside;          // the row is within the viewport
+        bool sure = false;    // some segment surely lights the pixel; witness is its end
+        bool maybe = false;   // some segment may light it
+        bool any = false;     // some segment touches the row; witness is the first one's end
+        quint64 witness = 0;
+    };
 
     template<int D>
     void drawSeries(const Mapping &m);
@@ -99,6 +112,8 @@ private:
     void forRange(quint64 first, quint64 end, int dims, F &&f) const;
     void widenY(quint64 first, quint64 end);
     void reduceSlots(const Mapping &m, quint64 first, quint64 end, quint64 slot0);
+    void addSlots(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
+    void reduceLineColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
     bool reduceXY(const Mapping &m);
     void findCurrent(const Mapping &m, int dims);
     void startReduction(int width, int height);
