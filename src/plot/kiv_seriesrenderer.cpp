@@ -537,12 +537,30 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
     double hi = -HUGE_VAL;
     bool gap = false;
     forRange(from, to, 1, [&](const double *p, quint64 n, quint64) {
-        for (quint64 k = 0; k < n; ++k) {
-            const double val = p[k];
-            gap |= val == Gap;
-            lo = val < lo ? val : lo;
-            hi = val > hi ? val : hi;
+        // Two lanes: independent chains run side by side.
+        double lo2 = lo;
+        double hi2 = hi;
+        bool gap2 = false;
+        quint64 k = 0;
+        for (; k + 2 <= n; k += 2) {
+            const double a = p[k];
+            const double b = p[k + 1];
+            gap |= a == Gap;
+            gap2 |= b == Gap;
+            lo = a < lo ? a : lo;
+            lo2 = b < lo2 ? b : lo2;
+            hi = a > hi ? a : hi;
+            hi2 = b > hi2 ? b : hi2;
         }
+        if (k < n) {
+            const double a = p[k];
+            gap |= a == Gap;
+            lo = a < lo ? a : lo;
+            hi = a > hi ? a : hi;
+        }
+        gap |= gap2;
+        lo = lo2 < lo ? lo2 : lo;
+        hi = hi2 > hi ? hi2 : hi;
     });
     if (gap || !(lo <= hi)) {
         addSlots(m, from, to, first, slot0);
@@ -623,22 +641,36 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
             row.witness = i;
         }
     };
+    // Each segment with an end in a row is judged once: from its left end when that is in
+    // the row, else from its right end.
     double before = 0.0;
+    bool beforeTop = false;
+    bool beforeBottom = false;
     forRange(from, to, 1, [&](const double *q, quint64 n, quint64 i0) {
         for (quint64 k = 0; k < n; ++k) {
             const double val = q[k];
+            if (!(val >= topFrom || val <= bottomTo)) {
+                before = val;
+                beforeTop = beforeBottom = false;
+                continue;
+            }
             const quint64 i = i0 + k;
-            if (i > from) {
-                if (val >= topFrom || before >= topFrom) {
-                    if (inTop(val) || inTop(before))
-                        judge(top, i, before, val);
-                }
-                if (val <= bottomTo || before <= bottomTo) {
-                    if (inBottom(val) || inBottom(before))
-                        judge(bottom, i, before, val);
-                }
+            const bool isTop = inTop(val);
+            const bool isBottom = inBottom(val);
+            const bool hasNext = i + 1 < to;
+            const double next = !hasNext ? 0.0 : k + 1 < n ? q[k + 1] : *sampleAt(i + 1, 1);
+            for (RowJudgement *row : {&top, &bottom}) {
+                const bool in = row == &top ? isTop : isBottom;
+                if (!in)
+                    continue;
+                if (i > from && !(row == &top ? beforeTop : beforeBottom))
+                    judge(*row, i, before, val);
+                if (hasNext)
+                    judge(*row, i + 1, val, next);
             }
             before = val;
+            beforeTop = isTop;
+            beforeBottom = isBottom;
         }
     });
     // The first and last sample with their inner neighbours; the segment judged for a row
