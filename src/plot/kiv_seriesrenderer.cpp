@@ -440,9 +440,8 @@ void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end
     widenY(first, from);
     widenY(to, end);
 
-    if (reduction != Reduction::Line) {
+    if (reduction == Reduction::Bars) {
         addSlots(m, from, to, first, slot0);
-        flushColumn();
         return;
     }
     // Column by column: the samples of one pixel column are found from the slot width.
@@ -463,7 +462,10 @@ void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end
             while (e > i + 1 && !before(e - 1))
                 --e;
         }
-        reduceLineColumn(m, i, e, first, slot0);
+        if (reduction == Reduction::Line)
+            reduceLineColumn(m, i, e, first, slot0);
+        else
+            reducePointColumn(m, i, e, first, slot0);
         i = e;
     }
     flushColumn();
@@ -495,6 +497,81 @@ QPointF KivSeriesRenderer::windowPoint(double x, double y) const
     const float wx = float(x) * float(halfWidth) + float(halfWidth);
     const float wy = float(y) * float(halfHeight) + float(halfHeight);
     return QPointF(std::round(double(wx) * 256.0) / 256.0, std::round(double(wy) * 256.0) / 256.0);
+}
+
+// The points from .. to - 1 lie in one pixel column: one point per pixel row, except that
+// points near a pixel edge are all drawn.
+void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0)
+{
+    const double x = (-1.0 + double(slot0 + (from - first)) * m.slot + m.ox) * m.sx;
+    const double px = (x + 1.0) * halfWidth;
+    if (!(px > -1.0 && px < double(columns) + 1.0)) {
+        addSlots(m, from, to, first, slot0); // off the viewport: extents only
+        return;
+    }
+    const long c = long(std::floor(px));
+    long litLow = rows + 1;
+    long litHigh = -2;
+    const double rowScale = m.sy * halfHeight;
+    const double rowOffset = (m.oy * m.sy + 1.0) * halfHeight;
+    // The first and last samples of a column lie nearest its edges.
+    auto safeX = [&](quint64 i) {
+        const double p = ((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx + 1.0) * halfWidth;
+        const double fx = p - std::floor(p);
+        return fx > EdgeMargin && fx < 1.0 - EdgeMargin;
+    };
+    quint64 innerFrom = from;
+    while (innerFrom < to && !safeX(innerFrom))
+        ++innerFrom;
+    quint64 innerTo = to;
+    while (innerTo > innerFrom && !safeX(innerTo - 1))
+        --innerTo;
+    addSlots(m, from, innerFrom, first, slot0);
+    double lo = mm[2];
+    double hi = mm[3];
+    forRange(innerFrom, innerTo, 1, [&](const double *p, quint64 n, quint64 i0) {
+        for (quint64 k = 0; k < n; ++k) {
+            const double val = p[k];
+            if (val == Gap)
+                continue;
+            lo = std::min(lo, val);
+            hi = std::max(hi, val);
+            const double py = val * rowScale + rowOffset;
+            if (!(py > -1.0 && py < double(rows) + 1.0))
+                continue;
+            const double r = std::floor(py);
+            const double fy = py - r;
+            if (fy > EdgeMargin && fy < 1.0 - EdgeMargin) {
+                const long row = long(r);
+                rowColumn[size_t(row + 1)] = c;
+                litLow = std::min(litLow, row);
+                litHigh = std::max(litHigh, row);
+                continue;
+            }
+            const quint64 i = i0 + k;
+            keep((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx, (val + m.oy) * m.sy);
+        }
+    });
+    mm[2] = lo;
+    mm[3] = hi;
+    // Each run of lit pixels in the column becomes one vertical segment through the pixel
+    // centres, from a quarter into its first pixel to a quarter into the pixel above its
+    // last: under the diamond-exit rule it lights exactly the run.
+    const double xc = (double(c) + 0.5) / halfWidth - 1.0;
+    for (long r = litLow; r <= litHigh;) {
+        if (rowColumn[size_t(r + 1)] != c) {
+            ++r;
+            continue;
+        }
+        long end = r + 1;
+        while (end <= litHigh && rowColumn[size_t(end + 1)] == c)
+            ++end;
+        runs.push_back(xc);
+        runs.push_back((double(r) + 0.25) / halfHeight - 1.0);
+        runs.push_back((double(end) + 0.25) / halfHeight - 1.0);
+        r = end;
+    }
+    addSlots(m, innerTo, to, first, slot0);
 }
 
 // Whether the segment a -> b (window pixels) lights the pixel centred at `centre` under the
@@ -807,6 +884,7 @@ void KivSeriesRenderer::startReduction(int width, int height)
     columns = width;
     rows = height;
     kept.clear();
+    runs.clear();
     stripStarts.assign(1, 0);
     columnOpen = false;
     previous = Kept{};
@@ -972,12 +1050,20 @@ void KivSeriesRenderer::emitReduced(const Mapping &m)
         }
         break;
     case Reduction::Points:
-        if (n == 0)
-            break;
-        beginPrimitive(GL_POINTS);
-        for (size_t k = 0; k < n; ++k)
-            glVertex2d(p[2 * k], p[2 * k + 1]);
-        glEnd();
+        if (n > 0) {
+            beginPrimitive(GL_POINTS);
+            for (size_t k = 0; k < n; ++k)
+                glVertex2d(p[2 * k], p[2 * k + 1]);
+            glEnd();
+        }
+        if (!runs.empty()) {
+            beginPrimitive(GL_LINES);
+            for (size_t k = 0; k + 2 < runs.size(); k += 3) {
+                glVertex2d(runs[k], runs[k + 1]);
+                glVertex2d(runs[k], runs[k + 2]);
+            }
+            glEnd();
+        }
         break;
     case Reduction::Bars: {
         if (n == 0)
