@@ -772,11 +772,14 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
         const Kept &b = picks[k];
         if (b.i <= a.i + 1)
             continue;
-        const QPointF pa = windowPoint(a.x, a.y);
-        const QPointF pb = windowPoint(b.x, b.y);
+        // Only a segment with an end in the row can reach it.
+        const long rowA = rowOf(a.y / m.sy - m.oy);
+        const long rowB = rowOf(b.y / m.sy - m.oy);
         for (const RowJudgement *row : {&top, &bottom}) {
-            if (row->inside && !row->sure
-                && lights(pa, pb, QPointF(double(column) + 0.5, double(row->row) + 0.5)) != Light::Never)
+            if (!row->inside || row->sure || (std::abs(rowA - row->row) > 1 && std::abs(rowB - row->row) > 1))
+                continue;
+            const QPointF centre(double(column) + 0.5, double(row->row) + 0.5);
+            if (lights(windowPoint(a.x, a.y), windowPoint(b.x, b.y), centre) != Light::Never)
                 exact = false;
         }
     }
