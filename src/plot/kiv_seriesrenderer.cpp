@@ -709,7 +709,11 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
             row.sure = row.any = true;
             row.witness = i;
         }
-        row.maybe |= l == Light::Maybe;
+        if (l == Light::Maybe) {
+            if (row.doubts < RowJudgement::MaxDoubts)
+                row.doubtful[row.doubts] = i;
+            ++row.doubts;
+        }
         // The stand-in for a dark pixel must lie well inside the column, where the rows
         // below it are lit the same way as by the full line.
         auto inner = [&](const QPointF &w) { return std::fabs(w.x() - centre.x()) < 0.5 - LineEdgeMargin; };
@@ -756,17 +760,25 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
         if (i > from && i + 1 < to)
             pick(i, *sampleAt(i, 1));
     }
+    auto pickAround = [&](quint64 end) {
+        const quint64 last = std::min(to - 1, end + 1);
+        for (quint64 k = std::max(from, end >= 2 ? end - 2 : 0); k <= last; ++k)
+            pick(k, *sampleAt(k, 1));
+    };
     for (const RowJudgement *row : {&top, &bottom}) {
-        if (row->witness <= from)
-            continue;
-        for (quint64 k = row->witness - 2; k <= row->witness + 1; ++k) {
-            if (k + 2 > from + 1 && k >= from && k < to)
-                pick(k, *sampleAt(k, 1));
+        if (row->witness > from)
+            pickAround(row->witness);
+        // Segments that may light the pixel are drawn as they are, so that it ends up as the
+        // full line leaves it.
+        if (!row->sure) {
+            for (int d = 0; d < std::min(row->doubts, RowJudgement::MaxDoubts); ++d)
+                pickAround(row->doubtful[d]);
         }
     }
     std::sort(picks.begin(), picks.end(), [](const Kept &a, const Kept &b) { return a.i < b.i; });
     // A connecting segment may not light a pixel that the full line leaves dark.
-    bool exact = !(top.maybe && !top.sure) && !(bottom.maybe && !bottom.sure);
+    bool exact = (top.sure || top.doubts <= RowJudgement::MaxDoubts)
+                 && (bottom.sure || bottom.doubts <= RowJudgement::MaxDoubts);
     for (size_t k = 1; exact && k < picks.size(); ++k) {
         const Kept &a = picks[k - 1];
         const Kept &b = picks[k];

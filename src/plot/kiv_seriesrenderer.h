@@ -91,7 +91,9 @@ private:
         long row;
         bool inside;          // the row is within the viewport
         bool sure = false;    // some segment surely lights the pixel; witness is its end
-        bool maybe = false;   // some segment may light it
+        static constexpr int MaxDoubts = 4;
+        int doubts = 0;       // segments that may light it; the first ones end at doubtful[]
+        quint64 doubtful[MaxDoubts] = {};
         bool any = false;     // some segment touches the row; witness is the first one's end
         quint64 witness = 0;
     };
