@@ -42,11 +42,13 @@ struct KivSeriesDrawing
  * \brief Draws one series into the current GL context (fixed-function pipeline).
  *
  * With decimation on, a line, point or bar series holding more than about four samples per
- * pixel column is reduced to what can change pixels: per column the first, lowest, highest
- * and last sample of a line, one point per pixel, the bars that cover a pixel centre. Only
- * the visible part of a time series is visited for drawing. Smaller series, markers, 3-value
- * and non-monotonic 2-value lines are drawn sample by sample. Extents and the current value
- * are the same either way.
+ * pixel column is reduced to what can change pixels. A line keeps per column its first and
+ * last sample, the samples near the column's edges, and for its top and bottom pixel row the
+ * segments that decide that pixel (judged by the diamond-exit rule), all with their
+ * neighbours: every row between is crossed anyway. Points become one vertical segment per run
+ * of lit pixels, bars the ones that cover a pixel centre. Only the visible part of a time
+ * series is visited for drawing. Smaller series, markers, 3-value and non-monotonic 2-value
+ * lines are drawn sample by sample. Extents and the current value are the same either way.
  */
 class KivSeriesRenderer
 {
@@ -144,10 +146,9 @@ private:
     long columns = 0, rows = 0;
     bool columnOpen = false;
     long column = 0;
-    // A line column keeps its first and last sample and every sample in its top and bottom
-    // pixel row with the samples either side: the segments through those rows decide which
-    // of their pixels are lit, every row between is lit anyway. Samples so close to a column
-    // edge that the rasteriser may put them in the next column are kept with theirs too.
+    // Sample by sample (2-value lines, and columns holding gaps) a line column keeps its
+    // first and last sample and the samples of its top and bottom pixel row (up to a bound)
+    // and those near its edges, each with the samples either side.
     void keepAround(std::vector<Kept> &row, const Kept &s, bool &needNext);
     Kept first{}, last{}, previous{};
     long topRow = 0, bottomRow = 0;
