@@ -128,6 +128,9 @@ public:
     void setGraphDimensions(int width, int height);
     //! Graph width divided by graph height.
     double getAspect() const;
+    //! Device pixels per pixel of the graph (2 on a high-DPI screen): line widths and point
+    //! sizes grow by it. 1 at first; ratios not above 0 are ignored. The graph sets it.
+    void setPixelRatio(double ratio);
 
     bool isVisible() const;
 
@@ -150,6 +153,11 @@ public:
     //! Draws the series into the current GL context within the scale box `box`
     //! (rows x, y, z; columns min, max) and records the drawn extents.
     void display(const velo::MatrixF<3, 2>& box);
+    //! With decimation on (the default), display() draws a series holding more than about
+    //! four samples per pixel column as only the samples that can change pixels; the picture,
+    //! the extents and the current value stay the same. Off draws every sample.
+    void setDecimationEnabled(bool on);
+    bool isDecimationEnabled() const;
     //! Drawn position (device units) and text of the current value after display().
     QPointF currentValuePosition() const;
     QString currentValueText() const;

@@ -158,6 +158,7 @@ void KivGraph::paintGL()
         KivDataSet* ds = m_dataSets.at(i);
         if (ds->getItemCount() == 0)
             continue;
+        ds->setPixelRatio(devicePixelRatioF());
         ds->display(box);
         if (!m_validRangeText.isEmpty()) {
             const velo::Matrix& extent = ds->getLastMinMax();
