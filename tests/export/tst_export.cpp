@@ -11,7 +11,6 @@
 #include <QtTest>
 
 #include <atomic>
-#include <cfloat>
 #include <thread>
 
 namespace {
@@ -72,6 +71,7 @@ private slots:
         QTest::newRow("graph widget jpg") << "widget" << "w.jpg" << QSize(320, 240) << 1.0 << QSize(320, 240);
         QTest::newRow("panel png scale 2") << "panel" << "p.png" << QSize(500, 400) << 2.0 << QSize(1000, 800);
         QTest::newRow("panel pdf") << "panel" << "p.pdf" << QSize(500, 400) << 1.0 << QSize(500, 400);
+        QTest::newRow("panel without tool bar") << "grid" << "p.png" << QSize(500, 300) << 1.0 << QSize(500, 300);
         QTest::newRow("3d png") << "3d" << "v.png" << QSize(200, 200) << 1.0 << QSize(200, 200);
         QTest::newRow("unknown suffix") << "graph" << "g.xyz" << QSize() << 1.0 << QSize();
         QTest::newRow("negative scale") << "graph" << "g2.png" << QSize() << -1.0 << QSize();
@@ -95,10 +95,10 @@ private slots:
             w.setTitle("Title");
             fillGraph(w.graph());
             saved = w.saveImage(path, size, scale);
-        } else if (kind == "panel") {
+        } else if (kind == "panel" || kind == "grid") {
             KivWidget panel(2, 2);
             fillGraph(panel.getGraph(1, 1)->graph());
-            saved = panel.saveImage(path, size, scale);
+            saved = panel.saveImage(path, size, scale, kind == "panel");
         } else {
             KivGraph3D view;
             saved = view.saveImage(path, size, scale);
