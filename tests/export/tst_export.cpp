@@ -190,6 +190,7 @@ private slots:
     {
         QTest::addColumn<QString>("part");
         QTest::newRow("series") << "series";
+        QTest::newRow("points") << "points";
         QTest::newRow("grid") << "grid";
         QTest::newRow("zero line") << "zero";
         QTest::newRow("3d grid") << "3d";
@@ -205,7 +206,12 @@ private slots:
         QRect area(60, 0, 240, 170);
         bool (*match)(QRgb) = isRed;
         QWidget* target = &g;
-        if (part == "grid") {
+        if (part == "points") {
+            KivDataSet* ds = g.dataSet(0);
+            ds->setStyle(KivDataStylePoints);
+            for (int i = 0; i < 80; ++i)
+                ds->addData(i % 7);
+        } else if (part == "grid") {
             match = isGrey;
         } else if (part == "zero") {
             match = isDark;
