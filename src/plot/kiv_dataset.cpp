@@ -1,5 +1,6 @@
 #include "kiv_dataset.h"
 
+#include "kivfeedlink_p.h"
 #include "velo_math_base.h"
 
 #include <GL/gl.h>
@@ -188,6 +189,7 @@ public:
     QPointF currentPosition;
     QString currentText;
     bool hasCurrent = false; // the current value was drawn (or stands in for a joined gap)
+    std::shared_ptr<KivFeedLink> feedLink;
 };
 
 // Appends one sample under the read lock; returns whether to announce it. A variant that
@@ -388,6 +390,7 @@ void KivDataSetPrivate::resetCurrentValue()
 KivDataSet::KivDataSet(int width, int height)
     : d(new KivDataSetPrivate)
 {
+    d->feedLink = std::make_shared<KivFeedLink>(this);
     velo::LockReadWrite guard(d->lock);
     guard.lock(true);
     d->lastMinMax.setCol(-1.0, 0);
@@ -395,7 +398,26 @@ KivDataSet::KivDataSet(int width, int height)
     setGraphDimensions(width, height);
 }
 
-KivDataSet::~KivDataSet() = default;
+// Feeds see the series gone from here on, and their appends in flight have finished.
+// Appends through raw pointers that are inside the store finish before it is freed (the
+// write lock waits for them); one arriving later would use a dangling pointer, which is
+// why producers holding raw pointers must stop before the series is removed.
+KivDataSet::~KivDataSet()
+{
+    d->feedLink->close();
+    velo::LockReadWrite guard(d->lock);
+#ifndef QT_NO_DEBUG
+    if (d->lock.readerCount() > 0)
+        qWarning("KivDataSet: removed while another thread is using it; stop raw-pointer producers "
+                 "first or give them a KivDataFeed");
+#endif
+    guard.lock(true);
+}
+
+KivDataFeed KivDataSet::feed() const
+{
+    return KivDataFeed(d->feedLink);
+}
 
 void KivDataSet::addData(double v)
 {

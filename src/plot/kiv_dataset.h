@@ -2,6 +2,7 @@
 #define KIV_DATASET_H
 
 #include "kiv_global.h"
+#include "kivdatafeed.h"
 
 #include "velo_lock.h"
 #include "velo_matrix.h"
@@ -56,6 +57,9 @@ public:
     void addData(double v);
     void addData(double x, double y);
     void addData(double x, double y, double z);
+    //! A handle for producer threads that stays safe to use after this series is removed:
+    //! its appends then do nothing and return false.
+    KivDataFeed feed() const;
     //! Appends `n` gap samples of the series' dimension.
     void duplicateData(unsigned long n);
     //! Overwrites the value at position `index` of the drawn samples (one double per

@@ -1,5 +1,6 @@
 #include "kiv_graph.h"
 #include "kiv_dataset.h"
+#include "kivtextlimits_p.h"
 
 #include <QFontMetrics>
 #include <QPainter>
@@ -101,7 +102,7 @@ void KivGraph::paintGL()
         if (!m_noDataText.isEmpty()) {
             QPainter painter(this);
             painter.setPen(QColor(0, 0, 0));
-            painter.drawText(QRect(0, 0, width(), height()), Qt::AlignCenter, m_noDataText);
+            painter.drawText(QRect(0, 0, width(), height()), Qt::AlignCenter, kivtext::shown(m_noDataText));
         }
         return;
     }
@@ -157,9 +158,9 @@ void KivGraph::paintGL()
     drawForeground(&painter);
     if (outOfRange) {
         painter.setPen(palette().brush(QPalette::WindowText).color());
-        const QRect bounds = QFontMetrics(font()).boundingRect(m_validRangeText);
-        painter.drawText(QRect(0, 0, width(), bounds.bottom() - bounds.top() + 1), Qt::AlignCenter,
-                         m_validRangeText);
+        const QString warning = kivtext::shown(m_validRangeText);
+        const QRect bounds = QFontMetrics(font()).boundingRect(warning);
+        painter.drawText(QRect(0, 0, width(), bounds.bottom() - bounds.top() + 1), Qt::AlignCenter, warning);
     }
     painter.end();
 
@@ -471,8 +472,9 @@ void KivGraph::drawForeground(QPainter* painter)
     drawForegroundLabels(painter, box);
     drawCategoryLabels(painter);
     if (!m_graphText.isEmpty()) {
-        const QSize size = painter->fontMetrics().size(Qt::TextExpandTabs, m_graphText);
-        painter->drawText(QRect(QPoint(20, 0), size), Qt::TextExpandTabs, m_graphText);
+        const QString text = kivtext::shown(m_graphText);
+        const QSize size = painter->fontMetrics().size(Qt::TextExpandTabs, text);
+        painter->drawText(QRect(QPoint(20, 0), size), Qt::TextExpandTabs, text);
     }
     drawPointerText(painter);
 }
@@ -564,7 +566,7 @@ void KivGraph::drawCategoryLabels(QPainter* painter)
     // Cells without a label would only draw an empty text.
     const qint64 labelled = qMin(count, qint64(labels.size()));
     for (qint64 k = 0; k < labelled; ++k) {
-        const QString& text = labels.at(int(k));
+        const QString text = kivtext::shown(labels.at(int(k)));
         if (text.isEmpty())
             continue;
         const int cellLeft = int(k * w / count);
