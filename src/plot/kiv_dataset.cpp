@@ -1,4 +1,5 @@
 #include "kiv_dataset.h"
+#include "kiv_updaterelay.h"
 
 #include "kivfeedlink_p.h"
 #include "velo_math_base.h"
@@ -9,7 +10,6 @@
 #include <atomic>
 #include <cfloat>
 #include <cstring>
-#include <mutex>
 #include <string>
 
 namespace {
@@ -97,15 +97,16 @@ class KivDataSetPrivate
 {
 public:
     template<int D>
-    bool add(const double *v);
+    bool add(const double *v, quint64 n);
     template<int D>
     void append(const double *v);
+    template<int D>
+    void appendMany(const double *v, quint64 n);
     template<int D>
     void moveToBack(SampleQueue &src);
     template<int D>
     void moveToFront(SampleQueue &src);
-    template<int D>
-    void dropOldest(quint64 n);
+    static void dropOldest(SampleQueue &q, quint64 n);
     void zeroDisplay();
     void resetCurrentValue();
 
@@ -167,9 +168,11 @@ public:
     SampleQueue incoming[2];
     quint32 readIndex = 1;
     quint32 writeIndex = 0;
+    // Producers take its read side through a velo::SerialReader, which also serialises
+    // them on the incoming queue they share.
     velo::ReadWriteMutex lock;
-    // Serialises producers appending to the same incoming queue; taken under the read lock.
-    std::mutex producerMutex;
+    // The graph's relay for repaint requests; null while the series is on its own.
+    std::atomic<KivUpdateRelay *> relay{nullptr};
     double aspect = 1.0;
     QColor color;
     quint64 maxItemCount = 0;
@@ -192,19 +195,18 @@ public:
     std::shared_ptr<KivFeedLink> feedLink;
 };
 
-// Appends one sample under the read lock; returns whether to announce it. A variant that
+// Appends n samples under the read lock; returns whether to announce them. A variant that
 // does not match the style is dropped: mixing sample sizes would corrupt the blocks.
 template<int D>
-bool KivDataSetPrivate::add(const double *v)
+bool KivDataSetPrivate::add(const double *v, quint64 n)
 {
-    velo::LockReadWrite guard(lock);
-    guard.lock(false);
-    if (int(style & KivDataStyleDimensionMask) + 1 != D)
+    velo::SerialReader guard(lock);
+    if (int(style & KivDataStyleDimensionMask) + 1 != D || n == 0)
         return false;
-    {
-        std::lock_guard<std::mutex> producers(producerMutex);
+    if (n == 1)
         append<D>(v);
-    }
+    else
+        appendMany<D>(v, n);
     return !frozen.load(std::memory_order_relaxed);
 }
 
@@ -234,10 +236,44 @@ void KivDataSetPrivate::append(const double *v)
     q.setSize(n);
 }
 
+// Leaves the same samples and the same bookkeeping as n calls of append(): the newest
+// maxItemCount stay, and every sample dropped on the way counts for the time base. The
+// oldest are dropped before the rest is copied, so the queue never exceeds the bound.
 template<int D>
-void KivDataSetPrivate::dropOldest(quint64 n)
+void KivDataSetPrivate::appendMany(const double *v, quint64 n)
 {
-    SampleQueue &q = displayQueue;
+    constexpr quint64 capacity = BlockDoubles / D;
+    SampleQueue &q = incoming[writeIndex];
+    if (maxItemCount > 0) {
+        if (n > maxItemCount) {
+            const quint64 skip = n - maxItemCount;
+            q.dropped += skip;
+            v += skip * D;
+            n = maxItemCount;
+        }
+        const quint64 excess = q.size() + n > maxItemCount ? q.size() + n - maxItemCount : 0;
+        q.dropped += excess;
+        dropOldest(q, excess);
+    }
+    quint64 size = q.size();
+    while (n > 0) {
+        SampleBlock *t = q.tail;
+        if (t->fill == capacity)
+            t = q.appendBlock();
+        const quint64 k = std::min(n, capacity - t->fill);
+        double *dst = t->values + t->fill * D;
+        for (quint64 i = 0; i < k * D; ++i)
+            dst[i] = finiteOrGap(v[i]);
+        t->fill += k;
+        v += k * D;
+        n -= k;
+        size += k;
+    }
+    q.setSize(size);
+}
+
+void KivDataSetPrivate::dropOldest(SampleQueue &q, quint64 n)
+{
     quint64 left = q.size();
     while (n > 0) {
         SampleBlock *h = q.head;
@@ -286,7 +322,7 @@ void KivDataSetPrivate::moveToBack(SampleQueue &src)
         }
         if (maxItemCount > 0 && dst.size() > maxItemCount) {
             const quint64 excess = dst.size() - maxItemCount;
-            dropOldest<D>(excess);
+            dropOldest(dst, excess);
             if (scope)
                 scopeOffset = wrapSlot(scopeOffset, long(excess), maxItemCount);
         }
@@ -421,22 +457,49 @@ KivDataFeed KivDataSet::feed() const
 
 void KivDataSet::addData(double v)
 {
-    if (d->add<1>(&v))
-        emit needUpdate();
+    if (d->add<1>(&v, 1))
+        announceUpdate();
 }
 
 void KivDataSet::addData(double x, double y)
 {
     const double v[2] = {x, y};
-    if (d->add<2>(v))
-        emit needUpdate();
+    if (d->add<2>(v, 1))
+        announceUpdate();
 }
 
 void KivDataSet::addData(double x, double y, double z)
 {
     const double v[3] = {x, y, z};
-    if (d->add<3>(v))
-        emit needUpdate();
+    if (d->add<3>(v, 1))
+        announceUpdate();
+}
+
+void KivDataSet::addSamples(const double *values, unsigned long count, int dimensions)
+{
+    if (!values)
+        return;
+    bool added = false;
+    switch (dimensions) {
+    case 1: added = d->add<1>(values, count); break;
+    case 2: added = d->add<2>(values, count); break;
+    case 3: added = d->add<3>(values, count); break;
+    default: break;
+    }
+    if (added)
+        announceUpdate();
+}
+
+void KivDataSet::setUpdateRelay(KivUpdateRelay *relay)
+{
+    d->relay.store(relay);
+}
+
+void KivDataSet::announceUpdate()
+{
+    if (KivUpdateRelay *relay = d->relay.load(std::memory_order_acquire))
+        relay->request();
+    emit needUpdate();
 }
 
 void KivDataSet::duplicateData(unsigned long n)
@@ -471,7 +534,7 @@ void KivDataSet::setData(unsigned long index, double value)
             return;
         b->values[b->start + i] = value;
     }
-    emit needUpdate();
+    announceUpdate();
 }
 
 void KivDataSet::zeroData()
@@ -497,7 +560,7 @@ void KivDataSet::clear(bool resetTime)
         }
         d->resetCurrentValue();
     }
-    emit needUpdate();
+    announceUpdate();
 }
 
 void KivDataSet::freeze(bool on)
@@ -709,7 +772,7 @@ void KivDataSet::setTime(double interval, double time)
     d->interval = interval;
     d->time = time;
     if (!d->frozen.load())
-        emit needUpdate();
+        announceUpdate();
 }
 
 void KivDataSet::getTime(double &interval, double &time) const
@@ -741,7 +804,7 @@ void KivDataSet::setVisible(bool checked)
     if (d->visible == checked)
         return;
     d->visible = checked;
-    emit needUpdate();
+    announceUpdate();
 }
 
 bool KivDataSet::isVisible() const
@@ -773,7 +836,7 @@ void KivDataSet::setLabel(const QString &label)
         return;
     d->label = label;
     emit labelChanged(label);
-    emit needUpdate();
+    announceUpdate();
 }
 
 QString KivDataSet::getLabel() const
@@ -791,7 +854,7 @@ void KivDataSet::setCurrentValueLabel(const QString &label)
     if (d->currentValueLabel == label)
         return;
     d->currentValueLabel = label;
-    emit needUpdate();
+    announceUpdate();
 }
 
 QString KivDataSet::getCurrentValueLabel() const
@@ -804,7 +867,7 @@ void KivDataSet::setDataLabel(int i, const QString &label)
     if (i >= 0 && i < d->labelList.size())
         d->labelList[i] = label;
     if (!d->frozen.load())
-        emit needUpdate();
+        announceUpdate();
 }
 
 const QList<QString> &KivDataSet::getLabelList() const

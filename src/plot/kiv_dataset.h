@@ -35,6 +35,7 @@ Q_DECLARE_FLAGS(KivDataStyleFlags, KivDataStyleFlag)
 Q_DECLARE_OPERATORS_FOR_FLAGS(KivDataStyleFlags)
 
 class KivDataSetPrivate;
+class KivUpdateRelay;
 
 /*!
  * \brief One data series of a graph: a thread-safe sample store that draws itself.
@@ -57,6 +58,10 @@ public:
     void addData(double v);
     void addData(double x, double y);
     void addData(double x, double y, double z);
+    //! Appends `count` samples of `dimensions` values each, stored one after the other
+    //! (x, y, z) at `values`, under one lock and with one needUpdate(); the rules of
+    //! addData() apply to every sample. Ignored when `dimensions` does not match. Any thread.
+    void addSamples(const double* values, unsigned long count, int dimensions);
     //! A handle for producer threads that stays safe to use after this series is removed:
     //! its appends then do nothing and return false.
     KivDataFeed feed() const;
@@ -162,6 +167,11 @@ signals:
 
 private:
     Q_DISABLE_COPY(KivDataSet)
+    friend class KivUpdateRelay;
+    void setUpdateRelay(KivUpdateRelay* relay);
+    // Emits needUpdate() and tells the graph's relay, whatever the calling thread.
+    void announceUpdate();
+
     std::unique_ptr<KivDataSetPrivate> const d;
 };
 

@@ -44,6 +44,16 @@ bool KivDataFeed::addData(double x, double y, double z) const
     return append([x, y, z](KivDataSet* set) { set->addData(x, y, z); });
 }
 
+bool KivDataFeed::addSamples(const double* values, unsigned long count, int dimensions) const
+{
+    return append([=](KivDataSet* set) { set->addSamples(values, count, dimensions); });
+}
+
+bool KivDataFeed::setData(unsigned long index, double value) const
+{
+    return append([=](KivDataSet* set) { set->setData(index, value); });
+}
+
 bool KivDataFeed::isValid() const
 {
     return m_link && m_link->isOpen();

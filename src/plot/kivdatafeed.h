@@ -29,6 +29,10 @@ public:
     bool addData(double v) const;
     bool addData(double x, double y) const;
     bool addData(double x, double y, double z) const;
+    //! KivDataSet::addSamples() while the series exists.
+    bool addSamples(const double* values, unsigned long count, int dimensions) const;
+    //! KivDataSet::setData() while the series exists.
+    bool setData(unsigned long index, double value) const;
     //! Whether the series still exists; it may be removed right after the answer.
     bool isValid() const;
 
