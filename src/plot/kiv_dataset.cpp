@@ -631,6 +631,9 @@ void KivDataSet::setMaxItemCount(unsigned long n)
 {
     velo::LockReadWrite guard(d->lock);
     guard.lock(true);
+    // Every bar slot is stored and labelled: a count beyond what memory holds is capped.
+    if ((d->style & KivDataStyleShapeMask) == KivDataStyleBar)
+        n = std::min(n, MaxBarSlots);
     d->maxItemCount = n;
     clear(true);
     d->labelList = QList<QString>();

@@ -82,7 +82,9 @@ public:
     //! The same, releasing the lock on return; display() does it on every frame.
     void flush();
 
-    //! 0 means unbounded. Discards all stored samples.
+    //! Most slots of a bar series; each is stored and labelled.
+    static constexpr unsigned long MaxBarSlots = 1ul << 20;
+    //! 0 means unbounded; a bar series takes at most MaxBarSlots. Discards all stored samples.
     void setMaxItemCount(unsigned long n);
     unsigned long getMaxItemCount() const;
     //! KivDataStyleFlag bits. Discards all stored samples and resets the time.

@@ -1,5 +1,6 @@
 #include "kiv_graph.h"
 #include "kiv_dataset.h"
+#include "kivclamp_p.h"
 #include "kivtextlimits_p.h"
 
 #include <QFontMetrics>
@@ -431,15 +432,18 @@ int KivGraph::calcLowerRightYBounds(QPainter* painter, const QString& text, cons
 
 QString KivGraph::generateTimeString(const KivDataSet& ds, double x) const
 {
-    int i = int(x + 0.5);
+    // Sample numbers are kept within +-2^62 so that no step below overflows; inside an int
+    // this is the plain item arithmetic.
+    const auto bounded = [](quint64 n) { return qint64(qMin(n, quint64(kivclamp::PositionLimit))); };
+    qint64 i = kivclamp::position(x + 0.5);
     if (ds.hasStyle(KivDataStyleScope, KivDataStyleScope)) {
-        const long offset = ds.getScopeOffset();
-        if (i >= offset)
-            i = int(i - offset);
-        else
-            i = int(long(ds.getMaxItemCount()) - offset + i);
+        const qint64 offset = qBound(qint64(-1), qint64(ds.getScopeOffset()), bounded(ds.getMaxItemCount()));
+        i = i >= offset ? i - offset : bounded(ds.getMaxItemCount()) - offset + i;
     }
-    double t = ds.getItemTime(int(ds.getDisplayItemCount()) - i);
+    double interval = 0.0;
+    double newest = 0.0;
+    ds.getTime(interval, newest);
+    double t = newest - double(bounded(ds.getDisplayItemCount()) - i) * interval;
     if (!std::isfinite(t))
         t = 0.0;
     const bool negative = t < 0.0;
@@ -512,12 +516,12 @@ void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>
                 if (ax.style & KivAxisStyleTimeLabels)
                     text = generateTimeString(*first, position);
                 else
-                    text = QString::asprintf("%d", int(position));
+                    text = kivclamp::sampleNumber(position);
             } else {
                 text = QString::asprintf(fmt, v);
             }
             const QRect r = fm.boundingRect(text);
-            const int column = int(w * (gx + 1.0) * 0.5);
+            const int column = kivclamp::pixel(w * (gx + 1.0) * 0.5);
             // Beside the grid line, kept inside the widget; long time labels that would run
             // into the previous one are left out.
             const int left = qBound(0, column + 2, qMax(0, w - r.width() - 1));
@@ -544,7 +548,7 @@ void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>
             last = gy;
             const QString text = QString::asprintf(fmt, v);
             const QRect r = fm.boundingRect(text);
-            const int row = int(h - (gy + 1.0) * h * 0.5);
+            const int row = kivclamp::pixel(h - (gy + 1.0) * h * 0.5);
             // Just above its grid line, kept inside the widget.
             const int top = qBound(0, row - r.height(), qMax(0, h - r.height()));
             painter->drawText(QRect(left, top, r.width() + 1, r.height()), Qt::AlignLeft | Qt::AlignBottom, text);

@@ -8,6 +8,7 @@
 #include <QtTest>
 
 #include <cfloat>
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -68,6 +69,8 @@ private slots:
         QFETCH(Extreme, c);
         TestGraph g;
         KivDataSet* ds = g.addDataSet(c.style, Qt::red, c.maxItems);
+        const bool bars = (c.style & KivDataStyleShapeMask) == KivDataStyleBar;
+        QCOMPARE(ds->getMaxItemCount(), bars ? std::min(c.maxItems, KivDataSet::MaxBarSlots) : c.maxItems);
         ds->setTime(1e300, DBL_MAX);
         for (int i = 0; i < 3; ++i) {
             if (ds->dimensions() == 1)
@@ -90,7 +93,7 @@ private slots:
         QTest::mouseMove(&g, QPoint(250, 200));
         g.grabFramebuffer();
         QTest::mouseRelease(&g, Qt::LeftButton, {}, QPoint(250, 200));
-        QWheelEvent wheel(QPointF(160, 120), g.mapToGlobal(QPointF(160, 120)), QPoint(), QPoint(0, 120),
+        QWheelEvent wheel(QPointF(160, 120), QPointF(g.mapToGlobal(QPoint(160, 120))), QPoint(), QPoint(0, 120),
                           Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
         QApplication::sendEvent(&g, &wheel);
         g.setControlState(KivGraph::ControlPan);

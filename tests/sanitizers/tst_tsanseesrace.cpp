@@ -1,11 +1,14 @@
 // Deliberately racy: one thread stores a series' label, as a Kiv signal hands it over,
 // into a QString while another thread reads the same QString, with no lock between them.
-// Both stacks hold QtCore frames (QThread, the signal's activation), which is what a
-// too-wide suppression would hide. CTest expects the ThreadSanitizer report.
+// The store runs inside QtCore's signal activation and the string's data is allocated by
+// QtCore, which is what a suppression naming the Qt module would hide. CTest expects the
+// ThreadSanitizer report.
 
 #include "kiv_dataset.h"
 
 #include <QtTest>
+
+#include <thread>
 
 class TestTsanSeesRace : public QObject
 {
@@ -20,22 +23,20 @@ private slots:
             shared = QString(label); // racy store, deliberately without a lock
         }, Qt::DirectConnection);
 
+        // std::thread: threads that QThread starts from uninstrumented QtCore are not
+        // watched at all with the options the suite runs under.
         constexpr int Rounds = 2000;
-        QThread* writer = QThread::create([&ds] {
+        std::thread writer([&ds] {
             for (int i = 0; i < Rounds; ++i)
                 ds.setLabel(QString::number(i));
         });
         qsizetype seen = 0;
-        QThread* reader = QThread::create([&shared, &seen] {
+        std::thread reader([&shared, &seen] {
             for (int i = 0; i < Rounds; ++i)
                 seen += QString(shared).size(); // racy load
         });
-        writer->start();
-        reader->start();
-        QVERIFY(writer->wait());
-        QVERIFY(reader->wait());
-        delete writer;
-        delete reader;
+        writer.join();
+        reader.join();
         QVERIFY(seen >= 0);
     }
 };
