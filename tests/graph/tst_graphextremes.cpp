@@ -49,13 +49,15 @@ private slots:
             { "inverted", 5.0, -5.0 }, { "zero span", 3.0, 3.0 }, { "far away", 1e300, 1e300 * 1.0000001 },
         };
         const KivAutoScaleMethod methods[] = { KivNoAutoScale, KivExpandToFit, KivFullFit };
+        // Each scale under each method on an x/y series; as limits that full fit runs into;
+        // on a time series, whose labels are sample numbers.
         for (const auto& s : scales) {
-            for (KivAutoScaleMethod m : methods) {
-                const QByteArray tag = QByteArray(s.name) + " method " + QByteArray::number(int(m));
-                QTest::newRow(tag + " xy") << Extreme{ KivDataStyle2D, 0, m, s.lo, s.hi, s.lo, s.hi, -1e5, 1e5, 1e307 };
-                QTest::newRow(tag + " limits xy") << Extreme{ KivDataStyle2D, 0, m, -1, 1, -1, 1, s.lo, s.hi, 0.5 };
-                QTest::newRow(tag + " time series") << Extreme{ KivDataStyle1D, 100, m, -1, 1, s.lo, s.hi, -DBL_MAX / 2, DBL_MAX, -1e308 };
-            }
+            const QByteArray name(s.name);
+            for (KivAutoScaleMethod m : methods)
+                QTest::newRow(name + " xy method " + QByteArray::number(int(m)))
+                    << Extreme{ KivDataStyle2D, 0, m, s.lo, s.hi, s.lo, s.hi, -1e5, 1e5, 1e307 };
+            QTest::newRow(name + " as limits") << Extreme{ KivDataStyle2D, 0, KivFullFit, -1, 1, -1, 1, s.lo, s.hi, 0.5 };
+            QTest::newRow(name + " time series") << Extreme{ KivDataStyle1D, 100, KivNoAutoScale, -1, 1, s.lo, s.hi, -DBL_MAX / 2, DBL_MAX, -1e308 };
         }
         QTest::newRow("bars of 2^31 slots") << Extreme{ Bar1D, 1ul << 31, KivNoAutoScale, -1, 1, -1, 1, -1e5, 1e5, 1.0 };
         QTest::newRow("scope of 2^40 slots") << Extreme{ Scope, 1ul << 40, KivFullFit, -1, 1, -1, 1, -1e5, 1e5, 1.0 };
