@@ -3,7 +3,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_ARGS ?=
 
-.PHONY: deps configure build test demo docs clean tsan asan
+.PHONY: deps configure build test demo ecg docs clean tsan asan
 
 deps:
 	bash scripts/install-deps
@@ -19,6 +19,10 @@ test: build
 
 demo: build
 	bash scripts/run-demo $(BUILD)
+
+# A recorded electrocardiogram streamed into kivscope at ten times real time, with screenshots.
+ecg: build
+	bash scripts/run-ecg $(BUILD)
 
 docs: configure
 	cmake --build $(BUILD) --target docs

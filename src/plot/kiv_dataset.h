@@ -167,6 +167,10 @@ signals:
     void labelChanged(QString label);
     void colorChanged(QColor color);
 
+protected:
+    void connectNotify(const QMetaMethod& signal) override;
+    void disconnectNotify(const QMetaMethod& signal) override;
+
 private:
     Q_DISABLE_COPY(KivDataSet)
     friend class KivUpdateRelay;

@@ -75,7 +75,11 @@ KivGraph3D::KivGraph3D(QWidget* parent)
     , updateRelay(new KivUpdateRelay(this))
 {
     qRegisterMetaType<KivGraph3D::ProjectionRect>();
-    connect(updateRelay, &KivUpdateRelay::updateRequested, this, [this] { update(); });
+    connect(updateRelay, &KivUpdateRelay::updateRequested, this, [this] {
+        // update() coalesces what arrives until the frame; a later request may post again.
+        updateRelay->rearm();
+        update();
+    });
     gluQuadricDrawStyle(shaftQuadric, GLU_FILL);
     gluQuadricDrawStyle(headBaseQuadric, GLU_FILL);
     gluQuadricDrawStyle(shaftBaseQuadric, GLU_FILL);

@@ -5,6 +5,7 @@
 
 KivUpdateRelay::KivUpdateRelay(QObject* parent)
     : QObject(parent)
+    , m_threadId(QThread::currentThreadId())
 {
     m_trailing.setSingleShot(true);
     connect(&m_trailing, &QTimer::timeout, this, &KivUpdateRelay::trailingUpdate);
@@ -12,7 +13,7 @@ KivUpdateRelay::KivUpdateRelay(QObject* parent)
 
 void KivUpdateRelay::request()
 {
-    if (QThread::currentThread() == thread()) {
+    if (QThread::currentThreadId() == m_threadId) {
         emit updateRequested();
         return;
     }
@@ -22,10 +23,13 @@ void KivUpdateRelay::request()
     QMetaObject::invokeMethod(this, "deliver", Qt::QueuedConnection);
 }
 
+void KivUpdateRelay::rearm()
+{
+    m_pending.store(false);
+}
+
 void KivUpdateRelay::deliver()
 {
-    // Cleared before the request is handled: a sample added from now on posts a new call.
-    m_pending.store(false);
     emit updateRequested();
 }
 
