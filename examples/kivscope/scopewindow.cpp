@@ -104,17 +104,19 @@ void ScopeWindow::buildTimeSeries()
     square->setTime(interval, 0.0);
 
     const double rate = options.rate;
-    producers.add([sine, rate, noise = std::minstd_rand(7)](unsigned long i) mutable {
+    // The producers hold feeds, not the series: a relayout that drops a graph, or the
+    // window's teardown, turns their appends into no-ops instead of use-after-free.
+    producers.add([sine = sine->feed(), rate, noise = std::minstd_rand(7)](unsigned long i) mutable {
         const double t = i / rate;
-        sine->addData(std::sin(2.0 * M_PI * 1.5 * t) + 0.08 * (double(noise()) / noise.max() - 0.5));
+        sine.addData(std::sin(2.0 * M_PI * 1.5 * t) + 0.08 * (double(noise()) / noise.max() - 0.5));
     });
-    producers.add([square, rate](unsigned long i) {
+    producers.add([square = square->feed(), rate](unsigned long i) {
         const double t = i / rate;
         // The input is gated off for a fifth of every second: gaps, not zeros.
         if (std::fmod(t, 1.0) > 0.8)
-            square->addData(NAN);
+            square.addData(NAN);
         else
-            square->addData(std::fmod(t * 2.0, 1.0) < 0.5 ? 0.6 : -0.6);
+            square.addData(std::fmod(t * 2.0, 1.0) < 0.5 ? 0.6 : -0.6);
     });
 }
 
@@ -127,9 +129,9 @@ void ScopeWindow::buildScope()
     KivDataSet* wave = panel->addDataSet(graph, options.window / 2, QColor(0, 140, 70), Line1D | Scope);
     panel->setDataSetLabel(wave, tr("damped burst"));
     const double rate = options.rate;
-    producers.add([wave, rate](unsigned long i) {
+    producers.add([wave = wave->feed(), rate](unsigned long i) {
         const double t = std::fmod(i / rate, 2.0);
-        wave->addData(12.0 * std::exp(-1.5 * t) * std::sin(2.0 * M_PI * 4.0 * t));
+        wave.addData(12.0 * std::exp(-1.5 * t) * std::sin(2.0 * M_PI * 4.0 * t));
     });
 }
 
@@ -145,9 +147,9 @@ void ScopeWindow::buildLissajous()
     // One full 3:2 figure per window of samples, slowly turning through its phase.
     const double period = 1500.0;
     const double rate = options.rate;
-    producers.add([figure, period, rate](unsigned long i) {
+    producers.add([figure = figure->feed(), period, rate](unsigned long i) {
         const double phase = 0.5 * i / rate;
-        figure->addData(std::sin(2.0 * M_PI * 3.0 * i / period + phase), std::sin(2.0 * M_PI * 2.0 * i / period));
+        figure.addData(std::sin(2.0 * M_PI * 3.0 * i / period + phase), std::sin(2.0 * M_PI * 2.0 * i / period));
     });
 }
 
@@ -162,10 +164,10 @@ void ScopeWindow::buildBars()
         panel->setDataLabel(1, 1, 0, slot, tr("CH%1").arg(slot + 1));
     panel->setAxisLimits(graph, 'y', -5.0, 100.0);
     const double rate = options.rate;
-    producers.add([levels, rate](unsigned long i) {
+    producers.add([levels = levels->feed(), rate](unsigned long i) {
         const double t = i / rate;
         const int slot = int(i % BarCount);
-        levels->setData(slot, 40.0 + 30.0 * std::sin(0.7 * t + slot) + 5.0 * std::sin(9.0 * t * (slot + 1)));
+        levels.setData(slot, 40.0 + 30.0 * std::sin(0.7 * t + slot) + 5.0 * std::sin(9.0 * t * (slot + 1)));
     });
 }
 

@@ -1,7 +1,5 @@
 #include "streamreader.h"
 
-#include <kiv_dataset.h>
-
 #include <QThread>
 
 #include <chrono>
@@ -52,7 +50,7 @@ void StreamReader::stop()
     thread.reset();
 }
 
-void StreamReader::attach(const std::vector<KivDataSet*>& sets)
+void StreamReader::attach(const std::vector<KivDataFeed>& sets)
 {
     {
         std::lock_guard<std::mutex> lock(mutex);
@@ -163,7 +161,7 @@ void StreamReader::deliver(std::size_t first, std::size_t count)
     const double* row = decoder->rows().data() + first * columns;
     const std::size_t width = std::size_t(dims);
     if (series.size() == 1 && columns == width) {
-        series.front()->addSamples(row, count, dims);
+        series.front().addSamples(row, count, dims);
     } else {
         batch.resize(count * width);
         for (std::size_t s = 0; s < series.size(); ++s) {
@@ -171,7 +169,7 @@ void StreamReader::deliver(std::size_t first, std::size_t count)
             const double* from = row + s * width;
             for (std::size_t r = 0; r < count; ++r, from += columns, to += width)
                 std::copy(from, from + width, to);
-            series[s]->addSamples(batch.data(), count, dims);
+            series[s].addSamples(batch.data(), count, dims);
         }
     }
     rows.fetch_add(count, std::memory_order_relaxed);

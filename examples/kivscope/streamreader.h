@@ -4,6 +4,8 @@
 #include "rowdecoder.h"
 #include "streamsource.h"
 
+#include <kivdatafeed.h>
+
 #include <QObject>
 #include <QStringList>
 
@@ -13,7 +15,6 @@
 #include <mutex>
 #include <vector>
 
-class KivDataSet;
 class QThread;
 
 // Reads a source on a thread of its own, decodes it into rows and appends them to series in
@@ -34,8 +35,9 @@ public:
     void start();
     // Stops the thread and waits for it; returns within a read timeout.
     void stop();
-    // Hands over the series for columnsKnown(); GUI thread. The reader keeps its rows until then.
-    void attach(const std::vector<KivDataSet*>& series);
+    // Hands over the feeds of the series for columnsKnown(); GUI thread. The reader keeps its
+    // rows until then. A series removed while the reader runs takes its rows no more.
+    void attach(const std::vector<KivDataFeed>& series);
 
     QString description() const { return name; }
     int dimensions() const { return dims; }
@@ -69,7 +71,7 @@ private:
 
     std::mutex mutex;
     std::condition_variable attached;
-    std::vector<KivDataSet*> series; // set once by attach(), then read by the reader thread only
+    std::vector<KivDataFeed> series; // set once by attach(), then read by the reader thread only
     bool hasSeries = false;
 
     std::atomic<bool> stopping{false};

@@ -97,7 +97,10 @@ void StreamWindow::buildPanel(int columns, const QStringList& names)
     for (KivGraph* graph : panel->findChildren<KivGraph*>())
         graph->installEventFilter(this);
     panelTime = clock.elapsed();
-    reader->attach(series);
+    std::vector<KivDataFeed> feeds;
+    for (KivDataSet* set : series)
+        feeds.push_back(set->feed());
+    reader->attach(feeds);
 }
 
 void StreamWindow::inputEnded()

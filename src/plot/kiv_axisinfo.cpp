@@ -164,11 +164,12 @@ void decimalsToFmt(double min, double max, int decimals, char* fmt)
         } else {
             t = 0.1;
         }
+        // Near DBL_MAX the powers overflow to infinity, which no factor brings back.
         if (t > m) {
             do {
                 t *= 0.1;
                 ++n;
-            } while (t > m);
+            } while (t > m && std::isfinite(t));
         }
     } else {
         do {

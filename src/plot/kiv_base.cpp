@@ -7,6 +7,7 @@
 #include "kivtoolbar.h"
 
 #include <gridsplitter.h>
+#include <velo_lock.h>
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -29,6 +30,14 @@ public:
     KivToolBar* toolbar = nullptr;
     //! Row-major: (r, c) is entry columns * r + c.
     QList<KivGraphWidget*> graphs;
+    //! Index-addressed appends from producer threads hold the read side while they look
+    //! up and feed a series; the panel's relayout, addDataSet and removeDataSet hold the
+    //! write side, so they never free or move what an append is using.
+    mutable velo::ReadWriteMutex structureLock;
+
+    //! Calls \a append on the series (row, col, set), if there is one, under the read side.
+    template <typename Append>
+    void appendAt(const KivWidget* panel, int row, int col, unsigned long set, Append append) const;
 
     //! After a pan or zoom step of \a from, linked graphs take over its x range.
     void shareXScale(KivGraphWidget* from) const;
@@ -39,6 +48,15 @@ public:
     template <typename Apply>
     void applyToGraphOrSet(KivGraphWidget* graph, KivDataSet* set, Apply apply) const;
 };
+
+template <typename Append>
+void KivWidgetPrivate::appendAt(const KivWidget* panel, int row, int col, unsigned long set, Append append) const
+{
+    velo::LockReadWrite guard(structureLock);
+    guard.lock(false);
+    if (KivDataSet* ds = panel->getDataSet(panel->getGraph(row, col), set))
+        append(ds);
+}
 
 template <typename Apply>
 void KivWidgetPrivate::applyToGraphOrSet(KivGraphWidget* graph, KivDataSet* set, Apply apply) const
@@ -186,8 +204,10 @@ void KivWidget::getLayout(int& rows, int& cols) const
 
 void KivWidget::selectLayout(int rows, int cols)
 {
-    if (rows < 0 || cols < 0 || (rows == d->rows && cols == d->columns))
+    if (rows < 0 || cols < 0 || rows > MaxGridSide || cols > MaxGridSide || (rows == d->rows && cols == d->columns))
         return;
+    velo::LockReadWrite guard(d->structureLock);
+    guard.lock(true);
 
     // Out of the old grid: its deletion must not take the graphs with it.
     for (KivGraphWidget* graph : qAsConst(d->graphs)) {
@@ -227,6 +247,7 @@ void KivWidget::selectLayout(int rows, int cols)
 
     d->grid->show();
     d->grid->resetGrid(-1, -1);
+    guard.unlock();
 
     d->toolbar->showLayoutSelection(d->layoutSelectionAllowed, rows, cols);
     checkForLegends();
@@ -368,26 +389,22 @@ bool KivWidget::isDataSet(KivDataSet* set) const
 
 void KivWidget::addData(int row, int col, unsigned long set, double v)
 {
-    if (KivDataSet* ds = getDataSet(getGraph(row, col), set))
-        ds->addData(v);
+    d->appendAt(this, row, col, set, [v](KivDataSet* ds) { ds->addData(v); });
 }
 
 void KivWidget::addData(int row, int col, unsigned long set, double x, double y)
 {
-    if (KivDataSet* ds = getDataSet(getGraph(row, col), set))
-        ds->addData(x, y);
+    d->appendAt(this, row, col, set, [x, y](KivDataSet* ds) { ds->addData(x, y); });
 }
 
 void KivWidget::addData(int row, int col, unsigned long set, double x, double y, double z)
 {
-    if (KivDataSet* ds = getDataSet(getGraph(row, col), set))
-        ds->addData(x, y, z);
+    d->appendAt(this, row, col, set, [x, y, z](KivDataSet* ds) { ds->addData(x, y, z); });
 }
 
 void KivWidget::duplicateData(int row, int col, unsigned long set, unsigned long n)
 {
-    if (KivDataSet* ds = getDataSet(getGraph(row, col), set))
-        ds->duplicateData(n);
+    d->appendAt(this, row, col, set, [n](KivDataSet* ds) { ds->duplicateData(n); });
 }
 
 void KivWidget::setLabelFormat(int row, int col, unsigned long set, const QString& format)
@@ -491,7 +508,12 @@ KivDataSet* KivWidget::addDataSet(KivGraphWidget* graph, unsigned long maxItemCo
 {
     if (!graph)
         return nullptr;
-    KivDataSet* set = graph->addDataSet(style, color, maxItemCount);
+    KivDataSet* set = nullptr;
+    {
+        velo::LockReadWrite guard(d->structureLock);
+        guard.lock(true);
+        set = graph->addDataSet(style, color, maxItemCount);
+    }
     checkForLegends();
     return set;
 }
@@ -513,11 +535,15 @@ void KivWidget::removeDataSet(KivGraphWidget* graph, KivDataSet* set)
     // A null set would make the graphs drop all their series.
     if (!set)
         return;
-    if (graph) {
-        graph->removeDataSet(set);
-    } else {
-        for (KivGraphWidget* g : qAsConst(d->graphs))
-            g->removeDataSet(set);
+    {
+        velo::LockReadWrite guard(d->structureLock);
+        guard.lock(true);
+        if (graph) {
+            graph->removeDataSet(set);
+        } else {
+            for (KivGraphWidget* g : qAsConst(d->graphs))
+                g->removeDataSet(set);
+        }
     }
     checkForLegends();
 }

@@ -34,6 +34,9 @@ class KIV_EXPORT KivWidget : public QWidget
     Q_PROPERTY(int columns READ columns WRITE setColumns)
 
 public:
+    //! Most rows, and most columns, a grid may have: every cell is an OpenGL widget.
+    static constexpr int MaxGridSide = 16;
+
     //! An empty \a fontPath means "fonts/arial.ttf" in the application's directory.
     explicit KivWidget(int rows = 1, int cols = 1, const QString& fontPath = QString(),
                        QWidget* parent = nullptr);
@@ -165,7 +168,8 @@ signals:
 public slots:
     void setDisplayUnits(bool imperial);
     //! Rebuilds the grid as \a rows x \a cols. Graphs holding data move to the front and are
-    //! kept; empty ones fill up the rest or are deleted. Negative sizes are ignored.
+    //! kept; empty ones fill up the rest or are deleted. Negative sizes and sizes above
+    //! MaxGridSide are ignored.
     void selectLayout(int rows, int cols);
 
 protected:

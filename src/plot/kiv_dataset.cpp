@@ -3,6 +3,7 @@
 
 #include "kiv_sampleblock.h"
 #include "kiv_seriesrenderer.h"
+#include "kivfeedlink_p.h"
 #include "velo_math_base.h"
 
 #include <QMetaMethod>
@@ -136,6 +137,7 @@ public:
     std::string twoValueFormat = "%f, %f";
     QPointF currentPosition;
     QString currentText;
+    std::shared_ptr<KivFeedLink> feedLink;
 
     // Drawing: the renderer keeps its scratch buffers from frame to frame.
     KivSeriesRenderer renderer;
@@ -372,6 +374,7 @@ void KivDataSetPrivate::resetCurrentValue()
 KivDataSet::KivDataSet(int width, int height)
     : d(new KivDataSetPrivate)
 {
+    d->feedLink = std::make_shared<KivFeedLink>(this);
     velo::LockReadWrite guard(d->lock);
     guard.lock(true);
     d->lastMinMax.setCol(-1.0, 0);
@@ -379,7 +382,26 @@ KivDataSet::KivDataSet(int width, int height)
     setGraphDimensions(width, height);
 }
 
-KivDataSet::~KivDataSet() = default;
+// Feeds see the series gone from here on, and their appends in flight have finished.
+// Appends through raw pointers that are inside the store finish before it is freed (the
+// write lock waits for them); one arriving later would use a dangling pointer, which is
+// why producers holding raw pointers must stop before the series is removed.
+KivDataSet::~KivDataSet()
+{
+    d->feedLink->close();
+    velo::LockReadWrite guard(d->lock);
+#ifndef QT_NO_DEBUG
+    if (d->lock.readerCount() > 0)
+        qWarning("KivDataSet: removed while another thread is using it; stop raw-pointer producers "
+                 "first or give them a KivDataFeed");
+#endif
+    guard.lock(true);
+}
+
+KivDataFeed KivDataSet::feed() const
+{
+    return KivDataFeed(d->feedLink);
+}
 
 void KivDataSet::addData(double v)
 {
@@ -572,6 +594,9 @@ void KivDataSet::setMaxItemCount(unsigned long n)
 {
     velo::LockReadWrite guard(d->lock);
     guard.lock(true);
+    // Every bar slot is stored and labelled: a count beyond what memory holds is capped.
+    if ((d->style & KivDataStyleShapeMask) == KivDataStyleBar)
+        n = std::min(n, MaxBarSlots);
     d->maxItemCount = n;
     clear(true);
     d->labelList = QList<QString>();

@@ -2,6 +2,7 @@
 #define KIV_DATASET_H
 
 #include "kiv_global.h"
+#include "kivdatafeed.h"
 
 #include "velo_lock.h"
 #include "velo_matrix.h"
@@ -62,6 +63,9 @@ public:
     //! (x, y, z) at `values`, under one lock and with one needUpdate(); the rules of
     //! addData() apply to every sample. Ignored when `dimensions` does not match. Any thread.
     void addSamples(const double* values, unsigned long count, int dimensions);
+    //! A handle for producer threads that stays safe to use after this series is removed:
+    //! its appends then do nothing and return false.
+    KivDataFeed feed() const;
     //! Appends `n` gap samples of the series' dimension.
     void duplicateData(unsigned long n);
     //! Overwrites the value at position `index` of the drawn samples (one double per
@@ -79,7 +83,9 @@ public:
     //! The same, releasing the lock on return; display() does it on every frame.
     void flush();
 
-    //! 0 means unbounded. Discards all stored samples.
+    //! Most slots of a bar series; each is stored and labelled.
+    static constexpr unsigned long MaxBarSlots = 1ul << 20;
+    //! 0 means unbounded; a bar series takes at most MaxBarSlots. Discards all stored samples.
     void setMaxItemCount(unsigned long n);
     unsigned long getMaxItemCount() const;
     //! KivDataStyleFlag bits. Discards all stored samples and resets the time.

@@ -1,6 +1,8 @@
 #include "kiv_graph.h"
 #include "kiv_updaterelay.h"
 #include "kiv_dataset.h"
+#include "kivclamp_p.h"
+#include "kivtextlimits_p.h"
 
 #include <QFontMetrics>
 #include <QPainter>
@@ -122,7 +124,7 @@ void KivGraph::paintGL()
             QPainter painter;
             beginFramePainter(painter);
             painter.setPen(QColor(0, 0, 0));
-            painter.drawText(QRect(0, 0, width(), height()), Qt::AlignCenter, m_noDataText);
+            painter.drawText(QRect(0, 0, width(), height()), Qt::AlignCenter, kivtext::shown(m_noDataText));
         }
         return;
     }
@@ -180,9 +182,9 @@ void KivGraph::paintGL()
     drawForeground(&painter);
     if (outOfRange) {
         painter.setPen(palette().brush(QPalette::WindowText).color());
-        const QRect bounds = QFontMetrics(font()).boundingRect(m_validRangeText);
-        painter.drawText(QRect(0, 0, width(), bounds.bottom() - bounds.top() + 1), Qt::AlignCenter,
-                         m_validRangeText);
+        const QString warning = kivtext::shown(m_validRangeText);
+        const QRect bounds = QFontMetrics(font()).boundingRect(warning);
+        painter.drawText(QRect(0, 0, width(), bounds.bottom() - bounds.top() + 1), Qt::AlignCenter, warning);
     }
     painter.end();
     makeOpaque();
@@ -456,15 +458,18 @@ int KivGraph::calcLowerRightYBounds(QPainter* painter, const QString& text, cons
 
 QString KivGraph::generateTimeString(const KivDataSet& ds, double x) const
 {
-    int i = int(x + 0.5);
+    // Sample numbers are kept within +-2^62 so that no step below overflows; inside an int
+    // this is the plain item arithmetic.
+    const auto bounded = [](quint64 n) { return qint64(qMin(n, quint64(kivclamp::PositionLimit))); };
+    qint64 i = kivclamp::position(x + 0.5);
     if (ds.hasStyle(KivDataStyleScope, KivDataStyleScope)) {
-        const long offset = ds.getScopeOffset();
-        if (i >= offset)
-            i = int(i - offset);
-        else
-            i = int(long(ds.getMaxItemCount()) - offset + i);
+        const qint64 offset = qBound(qint64(-1), qint64(ds.getScopeOffset()), bounded(ds.getMaxItemCount()));
+        i = i >= offset ? i - offset : bounded(ds.getMaxItemCount()) - offset + i;
     }
-    double t = ds.getItemTime(int(ds.getDisplayItemCount()) - i);
+    double interval = 0.0;
+    double newest = 0.0;
+    ds.getTime(interval, newest);
+    double t = newest - double(bounded(ds.getDisplayItemCount()) - i) * interval;
     if (!std::isfinite(t))
         t = 0.0;
     const bool negative = t < 0.0;
@@ -497,8 +502,9 @@ void KivGraph::drawForeground(QPainter* painter)
     drawForegroundLabels(painter, box);
     drawCategoryLabels(painter);
     if (!m_graphText.isEmpty()) {
-        const QSize size = painter->fontMetrics().size(Qt::TextExpandTabs, m_graphText);
-        painter->drawText(QRect(QPoint(20, 0), size), Qt::TextExpandTabs, m_graphText);
+        const QString text = kivtext::shown(m_graphText);
+        const QSize size = painter->fontMetrics().size(Qt::TextExpandTabs, text);
+        painter->drawText(QRect(QPoint(20, 0), size), Qt::TextExpandTabs, text);
     }
     drawPointerText(painter);
 }
@@ -536,12 +542,12 @@ void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>
                 if (ax.style & KivAxisStyleTimeLabels)
                     text = generateTimeString(*first, position);
                 else
-                    text = QString::asprintf("%d", int(position));
+                    text = kivclamp::sampleNumber(position);
             } else {
                 text = QString::asprintf(fmt, v);
             }
             const QRect r = fm.boundingRect(text);
-            const int column = int(w * (gx + 1.0) * 0.5);
+            const int column = kivclamp::pixel(w * (gx + 1.0) * 0.5);
             // Beside the grid line, kept inside the widget; long time labels that would run
             // into the previous one are left out.
             const int left = qBound(0, column + 2, qMax(0, w - r.width() - 1));
@@ -568,7 +574,7 @@ void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>
             last = gy;
             const QString text = QString::asprintf(fmt, v);
             const QRect r = fm.boundingRect(text);
-            const int row = int(h - (gy + 1.0) * h * 0.5);
+            const int row = kivclamp::pixel(h - (gy + 1.0) * h * 0.5);
             // Just above its grid line, kept inside the widget.
             const int top = qBound(0, row - r.height(), qMax(0, h - r.height()));
             painter->drawText(QRect(left, top, r.width() + 1, r.height()), Qt::AlignLeft | Qt::AlignBottom, text);
@@ -590,7 +596,7 @@ void KivGraph::drawCategoryLabels(QPainter* painter)
     // Cells without a label would only draw an empty text.
     const qint64 labelled = qMin(count, qint64(labels.size()));
     for (qint64 k = 0; k < labelled; ++k) {
-        const QString& text = labels.at(int(k));
+        const QString text = kivtext::shown(labels.at(int(k)));
         if (text.isEmpty())
             continue;
         const int cellLeft = int(k * w / count);

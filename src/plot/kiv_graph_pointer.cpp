@@ -1,6 +1,7 @@
 #include "kiv_graph.h"
 
 #include "kiv_dataset.h"
+#include "kivclamp_p.h"
 
 #include <QFontMetrics>
 #include <QMouseEvent>
@@ -80,7 +81,7 @@ void KivGraph::graphPosToPoint(const QPointF& pos, QPoint& p) const
 {
     const double w = width();
     const double h = height();
-    p = QPoint(int(w * (1.0 + pos.x()) * 0.5), int(h - (pos.y() + 1.0) * 0.5 * h));
+    p = QPoint(kivclamp::pixel(w * (1.0 + pos.x()) * 0.5), kivclamp::pixel(h - (pos.y() + 1.0) * 0.5 * h));
 }
 
 QPointF KivGraph::clampPos(const QPointF& pos) const
@@ -277,7 +278,7 @@ void KivGraph::moveMeasureCursor(const QPoint& p)
     const unsigned long n = std::max<unsigned long>(ds->getItemCount(), ds->getMaxItemCount());
     if (m_measureIndex == -2)
         m_measureIndex = int(ds->getScopeOffset());
-    setScopeOffset_imp(long(n * (g.x() + 1.0) * 0.5));
+    setScopeOffset_imp(long(kivclamp::position(double(n) * (g.x() + 1.0) * 0.5)));
     forceScheduleUpdate();
 }
 
@@ -499,8 +500,8 @@ void KivGraph::wheelEvent(QWheelEvent* e)
         } else {
             // The rubber band's anchor moves by 5 % of the widget per notch.
             const double step = up ? 0.05 : -0.05;
-            r.startPoint.setY(int(height() * step + r.startPoint.y()));
-            r.startPoint.setX(int(width() * step + r.startPoint.x()));
+            r.startPoint.setY(kivclamp::pixel(height() * step + r.startPoint.y()));
+            r.startPoint.setX(kivclamp::pixel(width() * step + r.startPoint.x()));
             if (zoomSpansAllSamples())
                 r.startPoint.setX(0);
             pointToGraphPos(r.startPoint, r.startPos, true);
@@ -539,7 +540,7 @@ QString KivGraph::pointerValueText(int axis, double value) const
         const double index = calculateItemXIndex(*first, value);
         if (m_axes.at(0).style & KivAxisStyleTimeLabels)
             return generateTimeString(*first, index);
-        return QString::asprintf("%d", int(index));
+        return kivclamp::sampleNumber(index);
     }
     // One hundredth of the visible span decides the places, as the grid labels are written.
     const KivAxisInfo& info = m_axes.at(axis);
@@ -597,7 +598,7 @@ void KivGraph::drawMeasureText(QPainter* painter)
         return;
 
     QString text = (m_axes.at(0).style & KivAxisStyleTimeLabels) ? generateTimeString(*first, double(index))
-                                                                 : QString::asprintf("%d", int(index));
+                                                                 : kivclamp::sampleNumber(double(index));
     for (const KivDataSet* ds : qAsConst(m_dataSets)) {
         if (!ds->isVisible() || ds->getDisplayItemCount() == 0)
             continue;

@@ -1,7 +1,10 @@
 #include "kivlabel.h"
+#include "kivtextlimits_p.h"
 
+#include <QHelpEvent>
 #include <QPainter>
 #include <QTextOption>
+#include <QToolTip>
 #include <QTransform>
 
 KivLabel::KivLabel(QWidget* parent, Qt::WindowFlags flags)
@@ -29,10 +32,19 @@ bool KivLabel::isQuarterTurn() const
     return m_tilt == Tilt90 || m_tilt == Tilt270;
 }
 
-// Starts from the base sizeHint() on purpose: the label should get room for its whole text.
+// Starts from the base sizeHint() on purpose: the label should get room for its whole text,
+// up to a bound; a longer text is elided when painted.
 QSize KivLabel::minimumSizeHint() const
 {
-    const QSize hint = QLabel::sizeHint();
+    QSize hint;
+    if (kivtext::isCut(text())) {
+        const QMargins m = contentsMargins();
+        hint = fontMetrics().size(Qt::TextExpandTabs, kivtext::shown(text()))
+            + QSize(m.left() + m.right(), m.top() + m.bottom());
+    } else {
+        hint = QLabel::sizeHint();
+    }
+    hint = hint.boundedTo(QSize(kivtext::MaxHintPixels, kivtext::MaxHintPixels));
     return isQuarterTurn() ? hint.transposed() : hint;
 }
 
@@ -61,6 +73,28 @@ void KivLabel::paintEvent(QPaintEvent*)
     painter.setWindow(QRect(QPoint(-hw, -hh), QPoint(w - hw, h - hh)));
     painter.save();
     painter.setTransform(transform);
-    painter.drawText(QRectF(textRect), text(), QTextOption(alignment()));
+    painter.drawText(QRectF(textRect), paintedText(textRect.width()), QTextOption(alignment()));
     painter.restore();
+}
+
+// One line is elided to the room it has; several lines are only cut to the shown length.
+QString KivLabel::paintedText(int room) const
+{
+    const QString t = text();
+    if (t.contains(QLatin1Char('\n')))
+        return kivtext::shown(t);
+    return kivtext::elided(fontMetrics(), t, room);
+}
+
+bool KivLabel::event(QEvent* e)
+{
+    // A text that does not fit is shown whole in the tool tip, unless the host set one.
+    if (e->type() == QEvent::ToolTip && toolTip().isEmpty()) {
+        const int room = isQuarterTurn() ? height() : width();
+        if (paintedText(room) != text()) {
+            QToolTip::showText(static_cast<QHelpEvent*>(e)->globalPos(), kivtext::toolTip(text()), this);
+            return true;
+        }
+    }
+    return QLabel::event(e);
 }

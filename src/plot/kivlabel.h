@@ -32,16 +32,19 @@ public:
     void setTextTilt(TextTilt tilt);
     TextTilt textTilt() const;
 
-    //! The plain label's size hint, with width and height exchanged for a quarter turn.
+    //! The plain label's size hint, with width and height exchanged for a quarter turn, at
+    //! most 1024 pixels each way: a longer text is elided and shown whole in the tool tip.
     QSize minimumSizeHint() const override;
     //! Same as minimumSizeHint(), so a tilted label is never squeezed below its text.
     QSize sizeHint() const override;
 
 protected:
+    bool event(QEvent* e) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
     bool isQuarterTurn() const;
+    QString paintedText(int room) const;
 
     TextTilt m_tilt = TiltNone;
 };

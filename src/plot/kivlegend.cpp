@@ -1,6 +1,7 @@
 #include "kivlegend.h"
 
 #include "kiv_dataset.h"
+#include "kivtextlimits_p.h"
 
 #include <QBoxLayout>
 #include <QCheckBox>
@@ -19,6 +20,15 @@ KivLegend::KivLegend(QWidget* parent)
     setLayout(boxLayout);
 }
 
+// A long label is elided so the legend stays within what a window can be; the tool tip then
+// holds the whole label.
+void KivLegend::setBoxText(QCheckBox* box, const QString& label)
+{
+    const QString text = kivtext::elided(box->fontMetrics(), label, kivtext::MaxHintPixels);
+    box->setText(text);
+    box->setToolTip(text == label ? QString() : kivtext::toolTip(label));
+}
+
 QIcon KivLegend::swatch(const QSize& size, const QColor& color)
 {
     QPixmap pixmap(size);
@@ -30,7 +40,8 @@ void KivLegend::addDataSet(KivDataSet* dataSet)
 {
     if (!dataSet || checkBoxes.contains(dataSet))
         return;
-    auto* box = new QCheckBox(dataSet->getLabel());
+    auto* box = new QCheckBox;
+    setBoxText(box, dataSet->getLabel());
     box->setIcon(swatch(box->iconSize(), dataSet->getColor()));
     boxLayout->addWidget(box);
     checkBoxes.insert(dataSet, box);
@@ -87,7 +98,7 @@ QCheckBox* KivLegend::senderCheckBox() const
 void KivLegend::updateLabel(const QString& label)
 {
     if (QCheckBox* box = senderCheckBox())
-        box->setText(label);
+        setBoxText(box, label);
 }
 
 void KivLegend::updateColor(const QColor& color)

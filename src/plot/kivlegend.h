@@ -48,6 +48,7 @@ public slots:
 
 private:
     QCheckBox* senderCheckBox() const;
+    static void setBoxText(QCheckBox* box, const QString& label);
     static QIcon swatch(const QSize& size, const QColor& color);
 
     QMap<KivDataSet*, QCheckBox*> checkBoxes;

@@ -35,13 +35,13 @@ public:
     {
         QObject::connect(reader.get(), &StreamReader::columnsKnown, reader.get(), [this, dims](int columns, QStringList n) {
             names = n;
-            std::vector<KivDataSet*> raw;
+            std::vector<KivDataFeed> feeds;
             for (int i = 0; i < columns / dims; ++i) {
                 sets.emplace_back(std::make_unique<KivDataSet>(100, 100));
                 sets.back()->setStyle(unsigned(dims - 1));
-                raw.push_back(sets.back().get());
+                feeds.push_back(sets.back()->feed());
             }
-            reader->attach(raw);
+            reader->attach(feeds);
         });
         reader->start();
     }

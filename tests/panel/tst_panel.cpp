@@ -61,6 +61,8 @@ private slots:
         QSignalSpy changed(&panel, &KivWidget::layoutChanged);
         panel.selectLayout(r.to.height(), r.to.width());
         panel.selectLayout(-1, 2); // ignored
+        panel.selectLayout(46341, 46341); // beyond MaxGridSide: ignored
+        panel.selectLayout(1, KivWidget::MaxGridSide + 1);
         QCOMPARE(changed.count(), r.from == r.to ? 0 : 1);
 
         const QList<KivGraphWidget*> after = graphs(panel);

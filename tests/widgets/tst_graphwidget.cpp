@@ -4,6 +4,8 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGridLayout>
+#include <QHelpEvent>
+#include <QToolTip>
 #include <QtTest>
 
 #include <functional>
@@ -219,6 +221,56 @@ private slots:
         });
         emit widget.graph()->panning(Qt::RightButton, 3, -4, 0.25, -0.5);
         QCOMPARE(panned, QList<QVariantList>({{int(Qt::RightButton), 3, -4, 0.25, -0.5}}));
+    }
+
+    // A megabyte of text in any of the widget's texts: the widget stays within what a window
+    // and the GL frame buffer can be, the frame is drawn, and a label that had to be elided
+    // offers its text in the tool tip.
+    void hugeTexts_data()
+    {
+        QTest::addColumn<int>("which");
+        const char* names[] = { "title", "x label", "y label", "series label", "graph text", "no-data text", "bar label" };
+        for (int i = 0; i < 7; ++i)
+            QTest::newRow(names[i]) << i;
+    }
+
+    void hugeTexts()
+    {
+        QFETCH(int, which);
+        const QString huge = QStringLiteral("Megabyte ").repeated(1 << 17);
+        W widget;
+        // A bar series always holds its slots; the no-data text needs an empty line series.
+        KivDataSet* set = widget.addDataSet(which == 5 ? KivDataStyle1D : KivDataStyleBar, QColor(200, 30, 30), 4);
+        set->setLabel(which == 3 ? huge : QStringLiteral("level"));
+        set->setData(1, 0.5);
+        switch (which) {
+        case 0: widget.setTitle(huge); break;
+        case 1: widget.setXLabel(huge); break;
+        case 2: widget.setYLabel(huge); break;
+        case 4: widget.setGraphText(huge); break;
+        case 5: widget.setNoDataText(huge); break;
+        case 6: set->setDataLabel(1, huge); break;
+        }
+        widget.setLegendChecked(true);
+        widget.resize(480, 320);
+        widget.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&widget));
+        QVERIFY(widget.width() <= 1100 && widget.height() <= 1100);
+        const QImage frame = widget.graph()->grabFramebuffer();
+        QCOMPARE(frame.size(), widget.graph()->size() * widget.graph()->devicePixelRatio());
+
+        QWidget* holder = nullptr;
+        if (which == 3)
+            holder = widget.legend()->findChild<QCheckBox*>();
+        else if (which <= 2)
+            holder = findLabel(widget, which == 2 ? QString() : huge, which == 2);
+        if (holder) {
+            QHelpEvent tip(QEvent::ToolTip, QPoint(2, 2), holder->mapToGlobal(QPoint(2, 2)));
+            QCoreApplication::sendEvent(holder, &tip);
+            QTRY_VERIFY(QToolTip::isVisible());
+            QVERIFY(QToolTip::text().contains(huge.left(500)));
+            QToolTip::hideText();
+        }
     }
 
     void screenshot()
