@@ -303,6 +303,17 @@ void KivGraphWidget::setFreezeChecked(bool checked)
         d->graph->freeze(checked);
 }
 
+int KivGraphWidget::autoScale() const
+{
+    return int(getAutoScaleMethod());
+}
+
+void KivGraphWidget::setAutoScale(int method)
+{
+    if (method >= KivNoAutoScale && method <= KivFullFit)
+        setAutoScaleMethod(KivAutoScaleMethod(method));
+}
+
 bool KivGraphWidget::isLegendChangeAllowed() const
 {
     return d->legendChangeAllowed && d->graph->hasLegend();

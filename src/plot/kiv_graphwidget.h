@@ -34,6 +34,7 @@ class KIV_EXPORT KivGraphWidget : public QWidget, public KivControlInterface
     Q_PROPERTY(QString yLabel READ yLabel WRITE setYLabel)
     Q_PROPERTY(bool legendChecked READ isLegendChecked WRITE setLegendChecked)
     Q_PROPERTY(bool freezeChecked READ isFreezeChecked WRITE setFreezeChecked)
+    Q_PROPERTY(int autoScale READ autoScale WRITE setAutoScale)
 
 public:
     explicit KivGraphWidget(QWidget* parent = nullptr);
@@ -69,6 +70,8 @@ public:
     bool isZoomingChecked() const override;
     bool isFreezeChangeAllowed() const override;
     bool isFreezeChecked() const override;
+    //! The auto-scale method as a number (0 none, 1 expand, 2 full fit), for forms.
+    int autoScale() const;
     //! True only while allowed and at least one series has a label to show.
     bool isLegendChangeAllowed() const override;
     bool isLegendChecked() const override;
@@ -136,6 +139,8 @@ public slots:
     void setZoomingChecked(bool checked) override;
     void setFreezeChangeAllowed(bool allow) override;
     void setFreezeChecked(bool checked) override;
+    //! Sets the auto-scale method from its number; other numbers are ignored.
+    void setAutoScale(int method);
     void setLegendChangeAllowed(bool allow) override;
     //! The legend is shown only when it has something to say.
     void setLegendChecked(bool checked) override;

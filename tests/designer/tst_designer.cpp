@@ -59,6 +59,7 @@ private slots:
         QCOMPARE(ui.graphWidget->title(), QString("Pressure"));
         QCOMPARE(ui.graphWidget->yLabel(), QString("bar"));
         QVERIFY(ui.graphWidget->isFreezeChecked());
+        QCOMPARE(ui.graphWidget->getAutoScaleMethod(), KivFullFit);
         QCOMPARE(ui.graph->noDataText(), QString("waiting"));
     }
 };
