@@ -1,5 +1,6 @@
 #include "kiv_dataset.h"
 
+#include "kiv_valueformat_p.h"
 #include "velo_math_base.h"
 
 #include <GL/gl.h>
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -169,10 +171,15 @@ public:
     velo::ReadWriteMutex lock;
     // Serialises producers appending to the same incoming queue; taken under the read lock.
     std::mutex producerMutex;
+    // Taken under the read lock while flush() moves samples into the drawn queue (which may
+    // happen on a producer's thread through freeze()) and by readers of that queue and of
+    // the time outside display().
+    std::mutex displayMutex;
     double aspect = 1.0;
     QColor color;
     quint64 maxItemCount = 0;
-    long scopeOffset = 0;
+    // Set by the pointer on the GUI thread, moved by flush() and clear() on any thread.
+    std::atomic<long> scopeOffset{0};
     unsigned long style = 0;
     double time = 0.0;
     double interval = 1.0;
@@ -447,7 +454,7 @@ void KivDataSet::setData(unsigned long index, double value)
         }
         if (!b)
             return;
-        b->values[b->start + i] = value;
+        b->values[b->start + i] = finiteOrGap(value);
     }
     emit needUpdate();
 }
@@ -509,6 +516,7 @@ void KivDataSet::flush(velo::LockReadWrite &guard)
     if (frozen)
         return;
 
+    std::lock_guard<std::mutex> moving(d->displayMutex);
     SampleQueue &src = d->incoming[d->readIndex];
     // The scope cursor moves for every sample, also for those the bound dropped early.
     if (src.dropped > 0 && d->maxItemCount > 0 && (d->style & KivDataStyleScope)) {
@@ -617,11 +625,11 @@ unsigned long KivDataSet::getDisplayItemCount() const
     return d->cappedCount(d->displayQueue.size());
 }
 
-void KivDataSet::getData(unsigned long i, double &v, bool display, unsigned long dims) const
+namespace {
+
+// Double `i` of queue `q`, counting `dims` doubles per sample; `v` stays when out of range.
+void readDouble(const SampleQueue &q, unsigned long i, double &v, unsigned long dims)
 {
-    if (dims == 0)
-        return;
-    const SampleQueue &q = display ? d->displayQueue : d->incoming[d->writeIndex];
     for (const SampleBlock *b = q.head; b; b = b->next) {
         const quint64 n = (b->fill - b->start) * dims;
         if (i < n) {
@@ -632,17 +640,54 @@ void KivDataSet::getData(unsigned long i, double &v, bool display, unsigned long
     }
 }
 
+// What a reader of the drawn or the filling queue holds against clear(), flush() and the
+// producers: the read lock, then the mutex of the queue's writers.
+class QueueReader
+{
+public:
+    QueueReader(KivDataSetPrivate &d, bool display)
+        : guard(d.lock)
+    {
+        guard.lock(false);
+        mutex = display ? &d.displayMutex : &d.producerMutex;
+        mutex->lock();
+        queue = display ? &d.displayQueue : &d.incoming[d.writeIndex];
+    }
+    ~QueueReader() { mutex->unlock(); }
+    QueueReader(const QueueReader &) = delete;
+    QueueReader &operator=(const QueueReader &) = delete;
+
+    const SampleQueue &samples() const { return *queue; }
+
+private:
+    velo::LockReadWrite guard;
+    std::mutex *mutex = nullptr;
+    const SampleQueue *queue = nullptr;
+};
+
+} // namespace
+
+void KivDataSet::getData(unsigned long i, double &v, bool display, unsigned long dims) const
+{
+    if (dims == 0)
+        return;
+    const QueueReader reader(*d, display);
+    readDouble(reader.samples(), i, v, dims);
+}
+
 void KivDataSet::getData(unsigned long i, double &x, double &y, bool display) const
 {
-    getData(2 * i, x, display, 2);
-    getData(2 * i + 1, y, display, 2);
+    const QueueReader reader(*d, display);
+    readDouble(reader.samples(), 2 * i, x, 2);
+    readDouble(reader.samples(), 2 * i + 1, y, 2);
 }
 
 void KivDataSet::getData(unsigned long i, double &x, double &y, double &z, bool display) const
 {
-    getData(3 * i, x, display, 3);
-    getData(3 * i + 1, y, display, 3);
-    getData(3 * i + 2, z, display, 3);
+    const QueueReader reader(*d, display);
+    readDouble(reader.samples(), 3 * i, x, 3);
+    readDouble(reader.samples(), 3 * i + 1, y, 3);
+    readDouble(reader.samples(), 3 * i + 2, z, 3);
 }
 
 unsigned long KivDataSet::copyData(unsigned long first, unsigned long count, double *out) const
@@ -650,8 +695,9 @@ unsigned long KivDataSet::copyData(unsigned long first, unsigned long count, dou
     const int dims = dimensions();
     if (!out || dims > 3)
         return 0;
+    const QueueReader reader(*d, true);
     unsigned long copied = 0;
-    for (const SampleBlock *b = d->displayQueue.head; b && copied < count; b = b->next) {
+    for (const SampleBlock *b = reader.samples().head; b && copied < count; b = b->next) {
         const quint64 live = b->fill - b->start;
         if (first >= live) {
             first -= live;
@@ -684,20 +730,26 @@ long KivDataSet::getScopeOffset() const
 
 void KivDataSet::setTime(double interval, double time)
 {
-    d->interval = interval;
-    d->time = time;
+    {
+        velo::LockReadWrite guard(d->lock);
+        guard.lock(true);
+        d->interval = interval;
+        d->time = time;
+    }
     if (!d->frozen.load())
         emit needUpdate();
 }
 
 void KivDataSet::getTime(double &interval, double &time) const
 {
+    const QueueReader reader(*d, true);
     interval = d->interval;
     time = d->time;
 }
 
 double KivDataSet::getItemTime(int i) const
 {
+    const QueueReader reader(*d, true);
     return d->time - i * d->interval;
 }
 
@@ -792,17 +844,34 @@ const QList<QString> &KivDataSet::getLabelList() const
 
 void KivDataSet::setLabelFormat(const QString &format)
 {
-    d->oneValueFormat = format.toStdString();
+    // The text goes to asprintf as a format: a stray conversion would read missing arguments.
+    std::string utf8 = format.toStdString();
+    if (!kiv::isValueFormat(utf8.c_str())) {
+        qWarning("KivDataSet::setLabelFormat: \"%s\" does not print exactly one number; keeping \"%s\"",
+                 utf8.c_str(), d->oneValueFormat.c_str());
+        return;
+    }
+    d->oneValueFormat = std::move(utf8);
     d->twoValueFormat = d->oneValueFormat + ", " + d->oneValueFormat;
 }
 
+bool KivDataSet::isValidLabelFormat(const QString &format)
+{
+    return kiv::isValueFormat(format.toStdString().c_str());
+}
+
+// Both are written by display() and reset by clear(), which may run on a producer's thread.
 QPointF KivDataSet::currentValuePosition() const
 {
+    velo::LockReadWrite guard(d->lock);
+    guard.lock(false);
     return d->currentPosition;
 }
 
 QString KivDataSet::currentValueText() const
 {
+    velo::LockReadWrite guard(d->lock);
+    guard.lock(false);
     return d->currentText;
 }
 
