@@ -13,6 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     velo::Vector v;
     if (v.deserialize(bytes, size) > 0)
         fuzz::checkRoundTrips(v);
-    fuzz::checkFixedStorage([&](velo::Matrix& fixed) { fixed.deserialize(bytes, size); });
+    fuzz::checkFixedStorage([&](velo::Matrix& fixed) { fixed.deserialize(bytes, size); },
+                            [&](velo::Vector& fixed) { fixed.deserialize(bytes, size); });
     return 0;
 }

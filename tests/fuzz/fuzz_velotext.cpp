@@ -13,6 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     velo::Vector v;
     if (v.readFromString(text.c_str()) > 0)
         fuzz::checkRoundTrips(v);
-    fuzz::checkFixedStorage([&](velo::Matrix& fixed) { fixed.readFromString(text.c_str()); });
+    fuzz::checkFixedStorage([&](velo::Matrix& fixed) { fixed.readFromString(text.c_str()); },
+                            [&](velo::Vector& fixed) { fixed.readFromString(text.c_str()); });
     return 0;
 }

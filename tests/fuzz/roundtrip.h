@@ -29,18 +29,27 @@ void checkRoundTrips(const T& object)
     FUZZ_CHECK(sameValues(fromBinary, object));
 }
 
-// `read` reads the input into the object it is given.
-template <typename Read>
-void checkFixedStorage(Read read)
+// `readMatrix` and `readVector` read the input into the object they are given.
+template <typename ReadMatrix, typename ReadVector>
+void checkFixedStorage(ReadMatrix readMatrix, ReadVector readVector)
 {
-    velo::MatrixF<3, 2> fixed;
-    fixed(0, 0) = 42.0;
+    velo::MatrixF<3, 2> matrix;
+    matrix(0, 0) = 42.0;
     try {
-        read(fixed);
+        readMatrix(matrix);
     } catch (const VoException&) {
-        FUZZ_CHECK(fixed(0, 0) == 42.0);
+        FUZZ_CHECK(matrix(0, 0) == 42.0);
     }
-    FUZZ_CHECK(fixed.rows == 3 && fixed.cols == 2 && fixed.data == &fixed(0, 0));
+    FUZZ_CHECK(matrix.rows == 3 && matrix.cols == 2 && matrix.data == &matrix(0, 0));
+
+    velo::Vector3 vector(42.0, 0.0, 0.0);
+    const double* storage = vector.data;
+    try {
+        readVector(vector);
+    } catch (const VoException&) {
+        FUZZ_CHECK(vector[0] == 42.0);
+    }
+    FUZZ_CHECK(vector.size == 3 && vector.data == storage);
 }
 
 } // namespace fuzz
