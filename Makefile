@@ -4,7 +4,7 @@ JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
 CMAKE_ARGS ?=
 
-.PHONY: deps configure build test demo docs clean tsan asan fuzz
+.PHONY: deps configure build test demo ecg docs clean tsan asan fuzz
 
 deps:
 	bash scripts/install-deps
@@ -20,6 +20,10 @@ test: build
 
 demo: build
 	bash scripts/run-demo $(BUILD)
+
+# A recorded electrocardiogram streamed into kivscope at ten times real time, with screenshots.
+ecg: build
+	bash scripts/run-ecg $(BUILD)
 
 docs: configure
 	cmake --build $(BUILD) --target docs

@@ -2,16 +2,15 @@
 
 #include "lorenzsource.h"
 #include "lorenzview.h"
+#include "screenshots.h"
 
 #include <kiv_base.h>
 #include <kiv_dataset.h>
 #include <kiv_graph.h>
 #include <kiv_graphwidget.h>
 
-#include <QDir>
 #include <QEvent>
 #include <QLabel>
-#include <QPainter>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTimer>
@@ -209,18 +208,5 @@ void ScopeWindow::updateStatus()
 
 bool ScopeWindow::saveScreenshots(const QString& dir)
 {
-    QDir().mkpath(dir);
-    // A window grab shows the GL content but not what the graphs paint over it with QPainter,
-    // so each graph's own frame is laid over its place in the window.
-    QPixmap window = grab();
-    QPainter painter(&window);
-    bool ok = true;
-    int index = 0;
-    for (KivGraph* graph : panel->findChildren<KivGraph*>()) {
-        const QImage frame = graph->grabFramebuffer();
-        painter.drawImage(graph->mapTo(this, QPoint(0, 0)), frame);
-        ok = frame.save(dir + QString("/graph-%1.png").arg(index++)) && ok;
-    }
-    painter.end();
-    return window.save(dir + "/kivscope.png") && ok;
+    return ::saveScreenshots(this, panel, dir);
 }

@@ -54,14 +54,10 @@ ReadWriteMutex::~ReadWriteMutex()
 void ReadWriteMutex::enter() const
 {
     pthread_mutex_lock(&mutex);
-    mutexDepth.fetch_add(1);
-    mutexOwner = pthread_self();
 }
 
 void ReadWriteMutex::leave() const
 {
-    if (mutexDepth.fetch_sub(1) == 1)
-        mutexOwner = pthread_t();
     pthread_mutex_unlock(&mutex);
 }
 
@@ -234,6 +230,24 @@ bool LockReadWrite::unlock()
         return true;
     }
     return false;
+}
+
+SerialReader::SerialReader(ReadWriteMutex &mutex)
+    : rw(mutex)
+{
+    rw.enter();
+    const pthread_t self = pthread_self();
+    while (!((isNoThread(rw.writer) && rw.waitingWriters_.load() == 0) || pthread_equal(rw.writer, self)
+             || rw.isReader(self))) {
+        rw.leave();
+        sched_yield();
+        rw.enter();
+    }
+}
+
+SerialReader::~SerialReader()
+{
+    rw.leave();
 }
 
 } // namespace velo

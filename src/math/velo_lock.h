@@ -36,6 +36,7 @@ public:
 
 private:
     friend class LockReadWrite;
+    friend class SerialReader;
     class Inside;
 
     void enter() const;
@@ -48,8 +49,6 @@ private:
 
     pthread_mutexattr_t attributes;
     mutable pthread_mutex_t mutex;
-    mutable pthread_t mutexOwner = 0;
-    mutable std::atomic<uint32_t> mutexDepth{0};
     std::atomic<uint32_t> writeDepth_{0};
     pthread_t writer = 0;
     std::atomic<uint32_t> waitingWriters_{0};
@@ -87,6 +86,26 @@ private:
     ReadWriteMutex &rw;
     bool readLocked = false;
     bool writeLocked = false;
+};
+
+/*! \brief Scoped read lock that also excludes every other use of the lock for its scope.
+ *
+ * It admits the calling thread exactly as a read lock would (waiting writers keep new
+ * readers out) and holds the lock's internal mutex until it goes out of scope, so that such
+ * sections run one at a time. Producers appending to one shared queue use it instead of a
+ * read lock plus a mutex of their own: one acquisition instead of three. Keep the scope
+ * short and never take another guard of the same lock inside it from another thread.
+ */
+class SerialReader
+{
+public:
+    explicit SerialReader(ReadWriteMutex &mutex);
+    ~SerialReader();
+    SerialReader(const SerialReader &) = delete;
+    SerialReader &operator=(const SerialReader &) = delete;
+
+private:
+    ReadWriteMutex &rw;
 };
 
 } // namespace velo

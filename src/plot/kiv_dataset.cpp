@@ -1,7 +1,10 @@
 #include "kiv_dataset.h"
 
+#include "kiv_updaterelay.h"
 #include "kiv_valueformat_p.h"
 #include "velo_math_base.h"
+
+#include <QMetaMethod>
 
 #include <GL/gl.h>
 
@@ -10,6 +13,7 @@
 #include <cfloat>
 #include <cstring>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -98,15 +102,16 @@ class KivDataSetPrivate
 {
 public:
     template<int D>
-    bool add(const double *v);
+    bool add(const double *v, quint64 n);
     template<int D>
     void append(const double *v);
+    template<int D>
+    void appendMany(const double *v, quint64 n);
     template<int D>
     void moveToBack(SampleQueue &src);
     template<int D>
     void moveToFront(SampleQueue &src);
-    template<int D>
-    void dropOldest(quint64 n);
+    static void dropOldest(SampleQueue &q, quint64 n);
     void zeroDisplay();
     void resetCurrentValue();
 
@@ -168,13 +173,18 @@ public:
     SampleQueue incoming[2];
     quint32 readIndex = 1;
     quint32 writeIndex = 0;
+    // Producers take its read side through a velo::SerialReader, which also serialises
+    // them on the incoming queue they share.
     velo::ReadWriteMutex lock;
-    // Serialises producers appending to the same incoming queue; taken under the read lock.
-    std::mutex producerMutex;
     // Taken under the read lock while flush() moves samples into the drawn queue (which may
     // happen on a producer's thread through freeze()) and by readers of that queue and of
     // the time outside display().
     std::mutex displayMutex;
+    // The graph's relay for repaint requests; null while the series is on its own.
+    std::atomic<KivUpdateRelay *> relay{nullptr};
+    // Receivers of needUpdate(): emitting to none still costs a walk through Qt's
+    // connection data, a third of a sample's cost.
+    std::atomic<int> updateReceivers{0};
     double aspect = 1.0;
     QColor color;
     quint64 maxItemCount = 0;
@@ -197,19 +207,18 @@ public:
     bool hasCurrent = false; // the current value was drawn (or stands in for a joined gap)
 };
 
-// Appends one sample under the read lock; returns whether to announce it. A variant that
+// Appends n samples under the read lock; returns whether to announce them. A variant that
 // does not match the style is dropped: mixing sample sizes would corrupt the blocks.
 template<int D>
-bool KivDataSetPrivate::add(const double *v)
+bool KivDataSetPrivate::add(const double *v, quint64 n)
 {
-    velo::LockReadWrite guard(lock);
-    guard.lock(false);
-    if (int(style & KivDataStyleDimensionMask) + 1 != D)
+    velo::SerialReader guard(lock);
+    if (int(style & KivDataStyleDimensionMask) + 1 != D || n == 0)
         return false;
-    {
-        std::lock_guard<std::mutex> producers(producerMutex);
+    if (n == 1)
         append<D>(v);
-    }
+    else
+        appendMany<D>(v, n);
     return !frozen.load(std::memory_order_relaxed);
 }
 
@@ -239,10 +248,44 @@ void KivDataSetPrivate::append(const double *v)
     q.setSize(n);
 }
 
+// Leaves the same samples and the same bookkeeping as n calls of append(): the newest
+// maxItemCount stay, and every sample dropped on the way counts for the time base. The
+// oldest are dropped before the rest is copied, so the queue never exceeds the bound.
 template<int D>
-void KivDataSetPrivate::dropOldest(quint64 n)
+void KivDataSetPrivate::appendMany(const double *v, quint64 n)
 {
-    SampleQueue &q = displayQueue;
+    constexpr quint64 capacity = BlockDoubles / D;
+    SampleQueue &q = incoming[writeIndex];
+    if (maxItemCount > 0) {
+        if (n > maxItemCount) {
+            const quint64 skip = n - maxItemCount;
+            q.dropped += skip;
+            v += skip * D;
+            n = maxItemCount;
+        }
+        const quint64 excess = q.size() + n > maxItemCount ? q.size() + n - maxItemCount : 0;
+        q.dropped += excess;
+        dropOldest(q, excess);
+    }
+    quint64 size = q.size();
+    while (n > 0) {
+        SampleBlock *t = q.tail;
+        if (t->fill == capacity)
+            t = q.appendBlock();
+        const quint64 k = std::min(n, capacity - t->fill);
+        double *dst = t->values + t->fill * D;
+        for (quint64 i = 0; i < k * D; ++i)
+            dst[i] = finiteOrGap(v[i]);
+        t->fill += k;
+        v += k * D;
+        n -= k;
+        size += k;
+    }
+    q.setSize(size);
+}
+
+void KivDataSetPrivate::dropOldest(SampleQueue &q, quint64 n)
+{
     quint64 left = q.size();
     while (n > 0) {
         SampleBlock *h = q.head;
@@ -291,7 +334,7 @@ void KivDataSetPrivate::moveToBack(SampleQueue &src)
         }
         if (maxItemCount > 0 && dst.size() > maxItemCount) {
             const quint64 excess = dst.size() - maxItemCount;
-            dropOldest<D>(excess);
+            dropOldest(dst, excess);
             if (scope)
                 scopeOffset = wrapSlot(scopeOffset, long(excess), maxItemCount);
         }
@@ -406,22 +449,64 @@ KivDataSet::~KivDataSet() = default;
 
 void KivDataSet::addData(double v)
 {
-    if (d->add<1>(&v))
-        emit needUpdate();
+    if (d->add<1>(&v, 1))
+        announceUpdate();
 }
 
 void KivDataSet::addData(double x, double y)
 {
     const double v[2] = {x, y};
-    if (d->add<2>(v))
-        emit needUpdate();
+    if (d->add<2>(v, 1))
+        announceUpdate();
 }
 
 void KivDataSet::addData(double x, double y, double z)
 {
     const double v[3] = {x, y, z};
-    if (d->add<3>(v))
+    if (d->add<3>(v, 1))
+        announceUpdate();
+}
+
+void KivDataSet::addSamples(const double *values, unsigned long count, int dimensions)
+{
+    if (!values)
+        return;
+    bool added = false;
+    switch (dimensions) {
+    case 1: added = d->add<1>(values, count); break;
+    case 2: added = d->add<2>(values, count); break;
+    case 3: added = d->add<3>(values, count); break;
+    default: break;
+    }
+    if (added)
+        announceUpdate();
+}
+
+void KivDataSet::setUpdateRelay(KivUpdateRelay *relay)
+{
+    d->relay.store(relay);
+}
+
+void KivDataSet::announceUpdate()
+{
+    if (KivUpdateRelay *relay = d->relay.load(std::memory_order_acquire))
+        relay->request();
+    if (d->updateReceivers.load(std::memory_order_relaxed) > 0)
         emit needUpdate();
+}
+
+void KivDataSet::connectNotify(const QMetaMethod &signal)
+{
+    if (signal == QMetaMethod::fromSignal(&KivDataSet::needUpdate))
+        ++d->updateReceivers;
+}
+
+void KivDataSet::disconnectNotify(const QMetaMethod &signal)
+{
+    // Wholesale disconnections arrive without a method and are not counted: a receiver
+    // counted too many only costs an emit to nobody, one too few would lose signals.
+    if (signal == QMetaMethod::fromSignal(&KivDataSet::needUpdate))
+        --d->updateReceivers;
 }
 
 void KivDataSet::duplicateData(unsigned long n)
@@ -456,7 +541,7 @@ void KivDataSet::setData(unsigned long index, double value)
             return;
         b->values[b->start + i] = finiteOrGap(value);
     }
-    emit needUpdate();
+    announceUpdate();
 }
 
 void KivDataSet::zeroData()
@@ -482,7 +567,7 @@ void KivDataSet::clear(bool resetTime)
         }
         d->resetCurrentValue();
     }
-    emit needUpdate();
+    announceUpdate();
 }
 
 void KivDataSet::freeze(bool on)
@@ -641,27 +726,31 @@ void readDouble(const SampleQueue &q, unsigned long i, double &v, unsigned long 
 }
 
 // What a reader of the drawn or the filling queue holds against clear(), flush() and the
-// producers: the read lock, then the mutex of the queue's writers.
+// producers.
 class QueueReader
 {
 public:
     QueueReader(KivDataSetPrivate &d, bool display)
-        : guard(d.lock)
     {
-        guard.lock(false);
-        mutex = display ? &d.displayMutex : &d.producerMutex;
-        mutex->lock();
-        queue = display ? &d.displayQueue : &d.incoming[d.writeIndex];
+        if (display) {
+            reader.emplace(d.lock);
+            reader->lock(false);
+            moving.emplace(d.displayMutex);
+            queue = &d.displayQueue;
+        } else {
+            producers.emplace(d.lock);
+            queue = &d.incoming[d.writeIndex];
+        }
     }
-    ~QueueReader() { mutex->unlock(); }
-    QueueReader(const QueueReader &) = delete;
-    QueueReader &operator=(const QueueReader &) = delete;
 
     const SampleQueue &samples() const { return *queue; }
 
 private:
-    velo::LockReadWrite guard;
-    std::mutex *mutex = nullptr;
+    // The drawn queue: the read lock against clear(), then the mutex flush() moves under.
+    std::optional<velo::LockReadWrite> reader;
+    std::optional<std::lock_guard<std::mutex>> moving;
+    // The filling queue: kept from the producers as they keep from each other.
+    std::optional<velo::SerialReader> producers;
     const SampleQueue *queue = nullptr;
 };
 
@@ -737,7 +826,7 @@ void KivDataSet::setTime(double interval, double time)
         d->time = time;
     }
     if (!d->frozen.load())
-        emit needUpdate();
+        announceUpdate();
 }
 
 void KivDataSet::getTime(double &interval, double &time) const
@@ -771,7 +860,7 @@ void KivDataSet::setVisible(bool checked)
     if (d->visible == checked)
         return;
     d->visible = checked;
-    emit needUpdate();
+    announceUpdate();
 }
 
 bool KivDataSet::isVisible() const
@@ -803,7 +892,7 @@ void KivDataSet::setLabel(const QString &label)
         return;
     d->label = label;
     emit labelChanged(label);
-    emit needUpdate();
+    announceUpdate();
 }
 
 QString KivDataSet::getLabel() const
@@ -821,7 +910,7 @@ void KivDataSet::setCurrentValueLabel(const QString &label)
     if (d->currentValueLabel == label)
         return;
     d->currentValueLabel = label;
-    emit needUpdate();
+    announceUpdate();
 }
 
 QString KivDataSet::getCurrentValueLabel() const
@@ -834,7 +923,7 @@ void KivDataSet::setDataLabel(int i, const QString &label)
     if (i >= 0 && i < d->labelList.size())
         d->labelList[i] = label;
     if (!d->frozen.load())
-        emit needUpdate();
+        announceUpdate();
 }
 
 const QList<QString> &KivDataSet::getLabelList() const

@@ -34,6 +34,7 @@ Q_DECLARE_FLAGS(KivDataStyleFlags, KivDataStyleFlag)
 Q_DECLARE_OPERATORS_FOR_FLAGS(KivDataStyleFlags)
 
 class KivDataSetPrivate;
+class KivUpdateRelay;
 
 /*!
  * \brief One data series of a graph: a thread-safe sample store that draws itself.
@@ -56,6 +57,10 @@ public:
     void addData(double v);
     void addData(double x, double y);
     void addData(double x, double y, double z);
+    //! Appends `count` samples of `dimensions` values each, stored one after the other
+    //! (x, y, z) at `values`, under one lock and with one needUpdate(); the rules of
+    //! addData() apply to every sample. Ignored when `dimensions` does not match. Any thread.
+    void addSamples(const double* values, unsigned long count, int dimensions);
     //! Appends `n` gap samples of the series' dimension.
     void duplicateData(unsigned long n);
     //! Overwrites the value at position `index` of the drawn samples (one double per
@@ -160,8 +165,17 @@ signals:
     void labelChanged(QString label);
     void colorChanged(QColor color);
 
+protected:
+    void connectNotify(const QMetaMethod& signal) override;
+    void disconnectNotify(const QMetaMethod& signal) override;
+
 private:
     Q_DISABLE_COPY(KivDataSet)
+    friend class KivUpdateRelay;
+    void setUpdateRelay(KivUpdateRelay* relay);
+    // Emits needUpdate() and tells the graph's relay, whatever the calling thread.
+    void announceUpdate();
+
     std::unique_ptr<KivDataSetPrivate> const d;
 };
 

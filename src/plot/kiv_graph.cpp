@@ -1,5 +1,6 @@
 #include "kiv_graph.h"
 #include "kiv_dataset.h"
+#include "kiv_updaterelay.h"
 
 #include <QThread>
 
@@ -51,6 +52,9 @@ KivGraph::KivGraph(QWidget* parent)
     m_throttle.target = this;
     m_throttle.call = &KivGraph::forceScheduleUpdate;
     m_throttle.timer.start();
+    m_relay = new KivUpdateRelay(this);
+    connect(m_relay, &KivUpdateRelay::updateRequested, this, &KivGraph::scheduleUpdate);
+    connect(m_relay, &KivUpdateRelay::trailingUpdate, this, &KivGraph::forceScheduleUpdate);
     for (int i = 0; i < AxisCount; ++i)
         m_axes.append(KivAxisInfo());
 
@@ -75,7 +79,9 @@ KivDataSet* KivGraph::addDataSet(unsigned long style, const QColor& color, unsig
     ds->setMaxItemCount(maxItemCount);
     ds->setColor(color.redF(), color.greenF(), color.blueF());
     m_dataSets.append(ds);
-    connect(ds, SIGNAL(needUpdate()), this, SLOT(scheduleUpdate()));
+    // Its needUpdate() requests reach scheduleUpdate() through the relay, which keeps at
+    // most one queued call pending however fast producers add samples.
+    KivUpdateRelay::attach(ds, m_relay);
     // Every series, the new one included, takes the graph's frozen state.
     freeze(m_frozen);
     scheduleUpdate();
@@ -377,15 +383,18 @@ bool KivGraph::isUpdateRequested() const
 // Update cycle
 
 // Producers emit needUpdate() for every sample; letting one request through per interval
-// keeps a fast producer from flooding the event loop. A dropped request is not deferred:
-// paintGL's second scaling pass repaints a view that is still settling.
+// keeps a fast producer from flooding the event loop. A dropped request leaves one
+// trailing repaint at the end of the interval, so the last samples of a burst are drawn.
 void KivGraph::scheduleUpdate()
 {
-    if (!m_throttle.force && m_throttle.timer.elapsed() < m_throttle.intervalMs) {
+    const qint64 elapsed = m_throttle.timer.elapsed();
+    if (!m_throttle.force && elapsed < m_throttle.intervalMs) {
+        m_relay->scheduleTrailing(m_throttle.intervalMs - elapsed);
         QThread::yieldCurrentThread();
         m_throttle.force = false;
         return;
     }
+    m_relay->cancelTrailing();
     m_throttle.timer.restart();
     (m_throttle.target->*m_throttle.call)();
     m_throttle.force = false;

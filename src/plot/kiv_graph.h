@@ -20,6 +20,7 @@
 #include <vector>
 
 class KivDataSet;
+class KivUpdateRelay;
 class QPainter;
 
 /*!
@@ -293,6 +294,8 @@ private:
     };
 
     UpdateThrottle m_throttle;
+    //! Brings producers' repaint requests to this thread, one pending call at a time.
+    KivUpdateRelay* m_relay = nullptr;
     QList<KivAxisInfo> m_axes;
     QList<KivDataSet*> m_dataSets;
     KivAutoScaleMethod m_autoScaleMethod = KivNoAutoScale;

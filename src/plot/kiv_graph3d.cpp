@@ -1,4 +1,5 @@
 #include "kiv_graph3d.h"
+#include "kiv_updaterelay.h"
 
 #include <QGuiApplication>
 #include <QMouseEvent>
@@ -71,14 +72,25 @@ KivGraph3D::KivGraph3D(QWidget* parent)
     , shaftQuadric(gluNewQuadric())
     , headBaseQuadric(gluNewQuadric())
     , shaftBaseQuadric(gluNewQuadric())
+    , updateRelay(new KivUpdateRelay(this))
 {
     qRegisterMetaType<KivGraph3D::ProjectionRect>();
+    connect(updateRelay, &KivUpdateRelay::updateRequested, this, [this] {
+        // update() coalesces what arrives until the frame; a later request may post again.
+        updateRelay->rearm();
+        update();
+    });
     gluQuadricDrawStyle(shaftQuadric, GLU_FILL);
     gluQuadricDrawStyle(headBaseQuadric, GLU_FILL);
     gluQuadricDrawStyle(shaftBaseQuadric, GLU_FILL);
     // The disks close the arrow from below, so they face -z.
     gluQuadricOrientation(headBaseQuadric, GLU_INSIDE);
     gluQuadricOrientation(shaftBaseQuadric, GLU_INSIDE);
+}
+
+void KivGraph3D::scheduleUpdate()
+{
+    updateRelay->request();
 }
 
 KivGraph3D::~KivGraph3D()

@@ -12,6 +12,7 @@
 #include <QPoint>
 
 struct GLUquadric;
+class KivUpdateRelay;
 
 /*!
  * \brief A rotatable, zoomable 3D view in an orthographic projection.
@@ -60,6 +61,9 @@ public:
     void gluFastPoint(const velo::Vector3& centre, double size);
 
 public slots:
+    //! Repaints soon. Safe from any thread: requests from other threads coalesce into one
+    //! pending call however often a producer asks.
+    void scheduleUpdate();
     //! Angles in degrees, kept in (-180, 180]; non-finite angles are ignored.
     void setXRotation(double angle);
     void setYRotation(double angle);
@@ -142,6 +146,7 @@ protected:
     GLUquadric* shaftBaseQuadric;
 
 private:
+    KivUpdateRelay* updateRelay;
     // Blank cursors this view has pushed and not yet restored (one per button held).
     int cursorOverrides = 0;
 };

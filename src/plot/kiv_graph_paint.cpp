@@ -1,4 +1,5 @@
 #include "kiv_graph.h"
+#include "kiv_updaterelay.h"
 #include "kiv_dataset.h"
 
 #include <QFontMetrics>
@@ -91,6 +92,8 @@ void drawScrollBar(const GraphRect& track, const GraphRect& slider, bool sliderA
 // the first series ends on top, then overlays, then the text layer with QPainter.
 void KivGraph::paintGL()
 {
+    // This frame takes every sample added so far; producers may ask for the next one.
+    m_relay->rearm();
     glMatrixMode(GL_MODELVIEW);
     glPushMatrix();
     glClearColor(float(m_backgroundColor.red()), float(m_backgroundColor.green()),

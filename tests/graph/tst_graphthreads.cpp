@@ -5,6 +5,9 @@
 
 #include <QtTest>
 
+#include <QTimer>
+
+#include <algorithm>
 #include <atomic>
 #include <cfloat>
 #include <functional>
@@ -38,6 +41,7 @@ class TestGraphThreads : public QObject
 private slots:
     void producersWhilePainting();
     void everyProducerCallWhilePainting();
+    void floodKeepsGuiResponsive();
 };
 
 // Three producers on series of their own, two sharing one series (the value tells who sent it
@@ -204,6 +208,65 @@ void TestGraphThreads::everyProducerCallWhilePainting()
             values.push_back(v);
     QVERIFY(values == expected);
     QCOMPARE(int(gapped->getDisplayItemCount()), 2 * n);
+}
+
+namespace {
+
+// Counts the queued calls delivered to the children of one object.
+struct QueuedCallCounter : QObject
+{
+    const QObject* parentOfReceiver = nullptr;
+    int calls = 0;
+    bool eventFilter(QObject* o, QEvent* e) override
+    {
+        if (e->type() == QEvent::MetaCall && o->parent() == parentOfReceiver)
+            ++calls;
+        return false;
+    }
+};
+
+} // namespace
+
+// A producer adding flat out to a shown graph: the GUI thread keeps running its timers, no
+// more than one repaint notification crosses threads per frame, and every sample is drawn.
+void TestGraphThreads::floodKeepsGuiResponsive()
+{
+    graphtest::TestGraph g;
+    KivDataSet* ds = g.addDataSet(KivDataStyle1D, Qt::blue, 100000);
+    QVERIFY(graphtest::showAt(g, 400, 300));
+    QueuedCallCounter counter;
+    counter.parentOfReceiver = &g;
+    qApp->installEventFilter(&counter);
+    const int framesBefore = g.frames;
+
+    std::atomic<bool> stop { false };
+    long added = 0;
+    std::thread producer([&] {
+        while (!stop.load())
+            ds->addData(double(added++));
+    });
+    int ticks = 0;
+    QTimer tick;
+    connect(&tick, &QTimer::timeout, [&] {
+        if (++ticks == 10)
+            stop = true;
+    });
+    tick.start(20);
+    QTRY_VERIFY_WITH_TIMEOUT(stop.load(), 60000);
+    producer.join();
+    QVERIFY(added > 0);
+
+    // The last samples reach the screen without further requests.
+    const long kept = std::min(added, 100000L);
+    QTRY_COMPARE(ds->getDisplayItemCount(), ulong(kept));
+    double newest = -1.0, oldest = -1.0;
+    ds->getData(ulong(kept - 1), newest);
+    ds->getData(0, oldest);
+    QCOMPARE(newest, double(added - 1));
+    QCOMPARE(oldest, double(added - kept));
+    qApp->removeEventFilter(&counter);
+    QVERIFY2(counter.calls <= g.frames - framesBefore + 1,
+             qPrintable(QStringLiteral("%1 queued calls for %2 frames").arg(counter.calls).arg(g.frames - framesBefore)));
 }
 
 QTEST_MAIN(TestGraphThreads)

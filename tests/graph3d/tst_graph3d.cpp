@@ -13,6 +13,7 @@
 #include <QWheelEvent>
 
 #include <cmath>
+#include <thread>
 
 // A subclass's view of the state; with points to show, draws as a host would: the grid, then
 // magenta markers.
@@ -22,6 +23,7 @@ class ProbeView : public KivGraph3D
 
 public:
     QVector<QVector3D> points;
+    int frames = 0;
 
     // Where a user expects a scene point on the (square) view's picture, in pixels.
     QPointF pixel(const QVector3D& p) const
@@ -40,6 +42,7 @@ public:
 protected:
     void paintGL() override
     {
+        ++frames;
         KivGraph3D::paintGL();
         if (points.isEmpty())
             return;
@@ -360,6 +363,34 @@ private slots:
                     tip = q.distanceToPoint(row.from) > tip.distanceToPoint(row.from) ? q : tip;
             QVERIFY2(tip.distanceToPoint(row.tip) < 2e-3, qPrintable(row.name + QStringLiteral(": ") + texts({{tip}}).first()));
         }
+    }
+
+    // A producer thread asking for a repaint per sample gets frames, not one queued call each.
+    void repaintRequestsFromAThread()
+    {
+        ProbeView v;
+        QVERIFY(showView(v));
+        struct Counter : QObject {
+            const QObject* view = nullptr;
+            int calls = 0;
+            bool eventFilter(QObject* o, QEvent* e) override
+            {
+                calls += e->type() == QEvent::MetaCall && o->parent() == view ? 1 : 0;
+                return false;
+            }
+        } counter;
+        counter.view = &v;
+        qApp->installEventFilter(&counter);
+        const int before = v.frames;
+        std::thread producer([&v] {
+            for (int i = 0; i < 100000; ++i)
+                v.scheduleUpdate();
+        });
+        producer.join();
+        QTRY_VERIFY(v.frames > before);
+        QCoreApplication::processEvents();
+        qApp->removeEventFilter(&counter);
+        QVERIFY2(counter.calls <= v.frames - before + 1, qPrintable(QString::number(counter.calls)));
     }
 
     // Red x, blue y, green z arrows along the cube's edges, no grid; a host's grid and markers.

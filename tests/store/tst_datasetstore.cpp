@@ -45,7 +45,9 @@ void addSample(KivDataSet &ds, int dims, const double *v)
     dims == 1 ? ds.addData(v[0]) : dims == 2 ? ds.addData(v[0], v[1]) : ds.addData(v[0], v[1], v[2]);
 }
 
-struct Run { int dims, maxItems, added, flushEvery; }; // flushEvery 0: one flush at the end
+// flushEvery 0: one flush at the end; bulk > 0: samples go in through addSamples, that many
+// per call.
+struct Run { int dims, maxItems, added, flushEvery, bulk = 0; };
 // Something that discards the samples, whether the series is frozen, and the time and scope
 // offset after it.
 struct Discard { std::function<void(KivDataSet &)> action; bool frozen; double time; long scopeOffset; };
@@ -72,22 +74,40 @@ private slots:
         QTest::newRow("small bound, long run") << Run{1, 100, 1000000, 333};
         QTest::newRow("2 values, odd bound") << Run{2, 1234, 5000, 1000};
         QTest::newRow("3 values, bounded") << Run{3, 2500, 9000, 1000};
+        QTest::newRow("bulk, blocks of 1000 across storage blocks") << Run{1, 7000, 30000, 6000, 1000};
+        QTest::newRow("bulk, one call over the bound") << Run{1, 100, 5000, 0, 5000};
+        QTest::newRow("bulk, 2 values, calls over the bound") << Run{2, 1234, 5000, 0, 1500};
+        QTest::newRow("bulk, 3 values, unbounded") << Run{3, 0, 9000, 4000, 777};
     }
 
     void boundKeepsNewest()
     {
         QFETCH(Run, run);
-        const auto [dims, maxItems, added, flushEvery] = run;
+        const auto [dims, maxItems, added, flushEvery, bulk] = run;
         KivDataSet ds(100, 100);
         ds.setStyle(ulong(dims - 1));
         ds.setMaxItemCount(ulong(maxItems));
+        QSignalSpy updates(&ds, &KivDataSet::needUpdate);
         const size_t heapBefore = mallinfo2().uordblks;
-        for (int i = 0; i < added; ++i) {
-            const double v[3] = {double(i), -double(i), 2.0 * i};
-            addSample(ds, dims, v);
-            if (flushEvery > 0 && (i + 1) % flushEvery == 0)
+        const int step = std::max(bulk, 1);
+        std::vector<double> values;
+        for (int i = 0; i < added; i += step) {
+            const int n = std::min(step, added - i);
+            values.clear();
+            for (int k = i; k < i + n; ++k)
+                values.insert(values.end(), {double(k), -double(k), 2.0 * k});
+            if (bulk > 0) {
+                std::vector<double> packed; // dims values per sample
+                for (int k = 0; k < n; ++k)
+                    packed.insert(packed.end(), values.begin() + 3 * k, values.begin() + 3 * k + dims);
+                ds.addSamples(packed.data(), ulong(n), dims);
+            } else {
+                addSample(ds, dims, values.data());
+            }
+            if (flushEvery > 0 && (i + n) / flushEvery != i / flushEvery)
                 ds.flush();
         }
+        QCOMPARE(updates.count(), (added + step - 1) / step); // one per call
         const int kept = maxItems > 0 ? std::min(maxItems, added) : added;
         QCOMPARE(ds.getItemCount(), ulong(kept)); // counts the queued samples too
         ds.flush();
@@ -130,12 +150,13 @@ private slots:
         KivDataSet ds(100, 100);
         ds.setStyle(ulong(dims - 1));
         addSample(ds, dims, input.constData());
-        addSample(ds, dims, input.constData());
+        const Values twice = input + input;
+        ds.addSamples(twice.constData(), 2, dims);
         ds.duplicateData(2); // explicit gaps
         ds.flush();
-        Values got(4 * dims);
-        QCOMPARE(ds.copyData(0, 4, got.data()), 4ul);
-        QCOMPARE(got, stored + stored + Values(2 * dims, Gap));
+        Values got(5 * dims);
+        QCOMPARE(ds.copyData(0, 5, got.data()), 5ul);
+        QCOMPARE(got, stored + stored + stored + Values(2 * dims, Gap));
         // Overwriting a drawn value follows the same rule.
         if (dims == 1) {
             ds.setData(2, input[0]);
@@ -149,11 +170,16 @@ private slots:
     {
         KivDataSet ds(100, 100);
         QSignalSpy updates(&ds, &KivDataSet::needUpdate);
+        const double pairs[4] = {1, 2, 3, 4};
         for (int i = 0; i < 7000; ++i) {
             ds.addData(i);
             ds.addData(i, i); // wrong size for a one-value series
             ds.addData(i, i, i);
+            ds.addSamples(pairs, 2, 2);
         }
+        ds.addSamples(nullptr, 5, 1);
+        ds.addSamples(pairs, 0, 1); // nothing added, nothing announced
+        ds.addSamples(pairs, 1, 4);
         ds.flush();
         QCOMPARE(updates.count(), 7000);
         QCOMPARE(displayed(ds), range(0, 7000));
@@ -182,11 +208,13 @@ private slots:
         QSignalSpy updates(&ds, &KivDataSet::needUpdate);
         ds.freeze(true); // moves what is queued first
         QCOMPARE(Values({ds.getItemTime(0), ds.getItemTime(2), ds.getItemTime(-2)}), Values({15.0, 14.0, 16.0}));
-        for (int i = 30; i < 230; ++i) {
+        for (int i = 30; i < 200; ++i) {
             ds.addData(i);
             if (i % 17 == 0)
                 ds.flush();
         }
+        const Values last = range(200, 30);
+        ds.addSamples(last.constData(), 30, 1);
         ds.setData(0, 99.0);
         ds.setDataLabel(0, "a");
         ds.flush();
@@ -289,8 +317,8 @@ private slots:
 
         ds.setMaxItemCount(4); // a bound drops the oldest, at the tail
         ds.setAddPosition(false);
-        for (int i = 1; i <= 9; ++i)
-            ds.addData(i);
+        const Values nine = range(1, 9);
+        ds.addSamples(nine.constData(), 9, 1);
         ds.flush();
         QCOMPARE(displayed(ds), Values({9, 8, 7, 6}));
         ds.setAddPosition(true);
