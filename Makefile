@@ -42,5 +42,5 @@ tsan asan: deps
 # `make fuzz`, or `make fuzz FUZZ_SECONDS=600` for a longer search.
 fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DKIV_FUZZ=ON -DKIV_BUILD_BENCH=OFF -DKIV_BUILD_EXAMPLES=OFF
-	cmake --build build-fuzz -j $(JOBS) --target make_fuzz_seeds fuzz_velotext fuzz_velobinary fuzz_valueformat
+	cmake --build build-fuzz -j $(JOBS) --target make_fuzz_seeds fuzz_velotext fuzz_velobinary fuzz_valueformat fuzz_streamdecoders
 	bash scripts/run-fuzz build-fuzz $(FUZZ_SECONDS)

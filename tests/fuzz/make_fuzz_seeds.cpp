@@ -1,6 +1,7 @@
-// Writes the seed corpus of the fuzz targets into <dir>/velotext, <dir>/velobinary and
-// <dir>/valueformat: matrices and vectors of assorted shapes and awkward values as their
-// writers put them, and label formats that are accepted.
+// Writes the seed corpus of the fuzz targets into <dir>/<target>: matrices and vectors of
+// assorted shapes and awkward values as their writers put them, label formats that are
+// accepted, and text and binary streams for kivscope's decoders (a first byte choosing the
+// decoder, see fuzz_streamdecoders.cpp).
 
 #include "velo_matrix.h"
 
@@ -42,7 +43,7 @@ int main(int argc, char** argv)
         return 2;
     }
     const fs::path dir(argv[1]);
-    for (const char* target : {"velotext", "velobinary", "valueformat"})
+    for (const char* target : {"velotext", "velobinary", "valueformat", "streamdecoders"})
         fs::create_directories(dir / target);
 
     const double inf = std::numeric_limits<double>::infinity();
@@ -62,6 +63,16 @@ int main(int argc, char** argv)
     int i = 0;
     for (const char* format : formats)
         ok = ok && save(dir / "valueformat" / ("format-" + std::to_string(i++)), format);
+    const std::string streams[] = {
+        std::string(1, '\0') + "time;ch 1;ch 2\n0.5;1e3;nan\n1,2,3\n4\t5\t-6\n\n7 8 9\r\nx;;1\n",
+        std::string(1, '\0') + "1,2\n3,4\n5,6,7\n8",
+        std::string(1, char(1 + (0 << 3))) + std::string("\x01\x00\xff\x7f\x00\x80\x05", 7),
+        std::string(1, char(3 + (2 << 3))) + std::string("\x00\x00\x80\x3f\x00\x00\xc0\x7f\x00\x00\x80\xff", 12),
+        std::string(1, char(4 + (1 << 3))) + std::string(reinterpret_cast<const char*>(values.data()), 8 * 6),
+    };
+    i = 0;
+    for (const std::string& stream : streams)
+        ok = ok && save(dir / "streamdecoders" / ("stream-" + std::to_string(i++)), stream);
     if (!ok)
         std::fprintf(stderr, "make_fuzz_seeds: cannot write into %s\n", argv[1]);
     return ok ? 0 : 1;
