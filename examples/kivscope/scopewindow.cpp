@@ -9,6 +9,10 @@
 #include <kiv_graph.h>
 #include <kiv_graphwidget.h>
 
+#include <QFileDialog>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
 #include <QEvent>
 #include <QLabel>
 #include <QSplitter>
@@ -52,6 +56,7 @@ ScopeWindow::ScopeWindow(const Options& opts, QWidget* parent)
     splitter->setStretchFactor(1, 1);
     setCentralWidget(splitter);
     statusBar()->addWidget(status, 1);
+    buildMenu();
     panel->setAllowLayoutSelection(true);
     panel->setLegendLayout(LegendAbove);
 
@@ -208,5 +213,32 @@ void ScopeWindow::updateStatus()
 
 bool ScopeWindow::saveScreenshots(const QString& dir)
 {
-    return ::saveScreenshots(this, panel, dir);
+    // The panel also goes out as a PDF page and its visible samples as CSV.
+    bool ok = ::saveScreenshots(this, panel, dir);
+    ok = panel->saveImage(dir + "/panel.pdf") && ok;
+    return panel->saveCsv(dir + "/panel.csv", true) && ok;
+}
+
+void ScopeWindow::buildMenu()
+{
+    QMenu* file = menuBar()->addMenu(tr("&File"));
+    file->addAction(tr("Save panel as &PNG..."), this, [this] { savePanel(tr("PNG image (*.png)"), ".png"); },
+                    QKeySequence::Save);
+    file->addAction(tr("Save panel as P&DF..."), this, [this] { savePanel(tr("PDF document (*.pdf)"), ".pdf"); });
+    file->addAction(tr("Export visible samples as &CSV..."), this, [this] {
+        const QString path = QFileDialog::getSaveFileName(this, tr("Export CSV"), "kivscope.csv",
+                                                          tr("CSV (*.csv)"));
+        if (!path.isEmpty() && !panel->saveCsv(path, true))
+            QMessageBox::warning(this, tr("Export CSV"), tr("Could not write %1").arg(path));
+    }, QKeySequence(Qt::CTRL + Qt::Key_E));
+    file->addSeparator();
+    file->addAction(tr("&Quit"), this, &QWidget::close, QKeySequence::Quit);
+}
+
+// The panel at twice its pixels, so that the picture stays sharp when zoomed.
+void ScopeWindow::savePanel(const QString& filter, const QString& suffix)
+{
+    const QString path = QFileDialog::getSaveFileName(this, tr("Save panel"), "kivscope" + suffix, filter);
+    if (!path.isEmpty() && !panel->saveImage(path, QSize(), 2.0))
+        QMessageBox::warning(this, tr("Save panel"), tr("Could not write %1").arg(path));
 }

@@ -33,7 +33,8 @@ public:
 
     double samplesPerSecond() const { return lastSampleRate; }
     double framesPerSecond() const { return lastFrameRate; }
-    // Writes the whole window and every 2D graph's frame buffer as PNG files into `dir`.
+    // Writes the whole window and every 2D graph as PNG files into `dir`, the panel as PDF
+    // and its visible samples as CSV.
     bool saveScreenshots(const QString& dir);
 
 protected:
@@ -46,6 +47,9 @@ private:
     void buildBars();
     QWidget* buildTrajectory();
     void updateStatus();
+    // File menu: the panel as PNG or PDF, its visible samples as CSV.
+    void buildMenu();
+    void savePanel(const QString& filter, const QString& suffix);
 
     Options options;
     KivWidget* panel;

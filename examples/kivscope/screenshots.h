@@ -4,8 +4,7 @@
 class QString;
 class QWidget;
 
-// Writes `window` as kivscope.png and the frame buffer of every 2D graph under `graphs` as
-// graph-N.png into `dir`.
+// Writes `window` as kivscope.png and every 2D graph under `graphs` as graph-N.png into `dir`.
 bool saveScreenshots(QWidget* window, QWidget* graphs, const QString& dir);
 
 #endif

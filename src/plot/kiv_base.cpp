@@ -1,6 +1,7 @@
 #include "kiv_base.h"
 
 #include "kiv_dataset.h"
+#include "kiv_export_p.h"
 #include "kiv_graph.h"
 #include "kiv_graphwidget.h"
 #include "kivtoolbar.h"
@@ -11,6 +12,7 @@
 #include <QEvent>
 #include <QGridLayout>
 #include <QPointer>
+#include <QSaveFile>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -107,9 +109,69 @@ KivWidget::KivWidget(int rows, int cols, const QString& fontPath, QWidget* paren
     d->toolbar->emitAllStates();
 }
 
+KivWidget::KivWidget(QWidget* parent)
+    : KivWidget(1, 1, QString(), parent)
+{
+}
+
 KivWidget::~KivWidget()
 {
     delete d;
+}
+
+int KivWidget::rows() const
+{
+    return d->rows;
+}
+
+int KivWidget::columns() const
+{
+    return d->columns;
+}
+
+void KivWidget::setRows(int rows)
+{
+    selectLayout(rows, d->columns);
+}
+
+void KivWidget::setColumns(int columns)
+{
+    selectLayout(d->rows, columns);
+}
+
+QImage KivWidget::toImage(const QSize& size, qreal scale, bool withToolBar)
+{
+    return KivExport::toImage(withToolBar ? static_cast<QWidget*>(this) : d->grid, size, scale);
+}
+
+bool KivWidget::saveImage(const QString& path, const QSize& size, qreal scale, bool withToolBar)
+{
+    return KivExport::saveImage(withToolBar ? static_cast<QWidget*>(this) : d->grid, path, size, scale);
+}
+
+void KivWidget::renderTo(QPainter* painter, const QRectF& target, bool withToolBar)
+{
+    KivExport::renderTo(withToolBar ? static_cast<QWidget*>(this) : d->grid, painter, target);
+}
+
+QString KivWidget::toCsv(bool visibleOnly)
+{
+    KivExport::Csv csv;
+    for (int i = 0; i < d->graphs.size(); ++i) {
+        const QString prefix = d->graphs.size() > 1
+            ? QStringLiteral("r%1c%2 ").arg(i / d->columns).arg(i % d->columns) : QString();
+        csv.addGraph(d->graphs.at(i)->graph(), nullptr, prefix, visibleOnly);
+    }
+    return csv.text();
+}
+
+bool KivWidget::saveCsv(const QString& path, bool visibleOnly)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
+        return false;
+    file.write(toCsv(visibleOnly).toUtf8());
+    return file.commit();
 }
 
 QString KivWidget::fontPath() const

@@ -9,9 +9,11 @@
 #include <votypes.h>
 
 #include <QColor>
+#include <QImage>
 #include <QWidget>
 
 class KivControlInterface;
+class QPainter;
 class KivGraphWidget;
 class KivWidgetPrivate;
 
@@ -27,17 +29,38 @@ class KivWidgetPrivate;
 class KIV_EXPORT KivWidget : public QWidget
 {
     Q_OBJECT
+    // The grid size a form designer sets.
+    Q_PROPERTY(int rows READ rows WRITE setRows)
+    Q_PROPERTY(int columns READ columns WRITE setColumns)
 
 public:
     //! An empty \a fontPath means "fonts/arial.ttf" in the application's directory.
     explicit KivWidget(int rows = 1, int cols = 1, const QString& fontPath = QString(),
                        QWidget* parent = nullptr);
+    //! One graph; the constructor that Qt Designer's generated code calls.
+    explicit KivWidget(QWidget* parent);
     ~KivWidget() override;
+
+    // Export of the panel; see KivGraph::toImage(). Without \a withToolBar the picture
+    // shows the grid of graphs alone, and \a size is the size of that grid.
+    QImage toImage(const QSize& size = QSize(), qreal scale = 0.0, bool withToolBar = true);
+    bool saveImage(const QString& path, const QSize& size = QSize(), qreal scale = 0.0,
+                   bool withToolBar = true);
+    void renderTo(QPainter* painter, const QRectF& target, bool withToolBar = true);
+    //! The series of every graph as CSV, the labels prefixed by "r<row>c<column> " when
+    //! there are several graphs; see KivGraph::toCsv().
+    QString toCsv(bool visibleOnly = false);
+    bool saveCsv(const QString& path, bool visibleOnly = false);
 
     QString fontPath() const;
 
     // Layout and the grid as a whole.
     void getLayout(int& rows, int& cols) const;
+    int rows() const;
+    int columns() const;
+    //! selectLayout() with the other size kept.
+    void setRows(int rows);
+    void setColumns(int columns);
     //! Gives every row and column of the grid the same size again.
     void resetGrid();
     void setLegendLayout(KivLegendLayout layout);

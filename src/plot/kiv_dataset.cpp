@@ -1,5 +1,7 @@
 #include "kiv_dataset.h"
 
+#include "kiv_sampleblock.h"
+#include "kiv_seriesrenderer.h"
 #include "kiv_updaterelay.h"
 #include "kiv_valueformat_p.h"
 #include "velo_math_base.h"
@@ -19,18 +21,9 @@
 
 namespace {
 
-// Doubles per storage block: 6000, 3000 or 2000 samples of 1, 2 or 3 values.
-constexpr quint64 BlockDoubles = 6000;
-// Stored in place of a missing or non-finite value.
-constexpr double Gap = DBL_MAX;
-
-struct SampleBlock
-{
-    double values[BlockDoubles];
-    quint64 start = 0; // first live sample
-    quint64 fill = 0;  // one past the last live sample
-    SampleBlock *next = nullptr;
-};
+using SampleBlock = KivSampleBlock;
+constexpr quint64 BlockDoubles = KivBlockDoubles;
+constexpr double Gap = KivGap;
 
 // Samples run from head->start through the chain to tail->fill. A queue always owns at
 // least one block. Apart from the display queue's, every block but the tail is full.
@@ -94,8 +87,6 @@ inline long wrapSlot(long a, long k, quint64 m)
     return r < 0 ? r + mm : r;
 }
 
-enum class Marker { Vertex, Cross, Triangle };
-
 } // namespace
 
 class KivDataSetPrivate
@@ -115,57 +106,6 @@ public:
     void zeroDisplay();
     void resetCurrentValue();
 
-    Marker marker() const
-    {
-        if ((style & 0x30) == 0x30)
-            return Marker::Cross;
-        if ((style & 0x40) == 0x40)
-            return Marker::Triangle;
-        return Marker::Vertex;
-    }
-
-    inline void emitShape(Marker m, double x, double y) const
-    {
-        switch (m) {
-        case Marker::Cross: {
-            const double a = aspect * 0.01;
-            glVertex2d(x - 0.01, y);
-            glVertex2d(x + 0.01, y);
-            glVertex2d(x, y - a);
-            glVertex2d(x, y + a);
-            break;
-        }
-        case Marker::Triangle: {
-            const double h = 0.0034641016151377543; // 0.002 * sqrt(3)
-            glVertex2d(x, y + 0.004 * aspect);
-            glVertex2d(x + h, y - 0.002 * aspect);
-            glVertex2d(x - h, y - 0.002 * aspect);
-            break;
-        }
-        case Marker::Vertex:
-            glVertex2d(x, y);
-            break;
-        }
-    }
-
-    void beginPrimitive(GLenum primitive) const
-    {
-        glBegin(primitive);
-        glColor3d(color.redF(), color.greenF(), color.blueF());
-    }
-
-    // Axis mapping of one display() call: drawn = (value + o) * s.
-    struct Mapping
-    {
-        double sx, ox, sy, oy, sz, oz;
-        double slot; // 1-value layout: slot width in data units of the -1 .. 1 window
-    };
-    void draw(const velo::MatrixF<3, 2> &box);
-    template<int D>
-    void drawSeries(const Mapping &m, double *mm);
-    void drawScope(const Mapping &m, quint64 slotCount, double *mm);
-    GLenum primitive(int dims) const;
-    void setCurrentText(const double *p, int dims);
     // n, or the item limit where one is set below n.
     quint64 cappedCount(quint64 n) const { return maxItemCount > 0 && maxItemCount < n ? maxItemCount : n; }
 
@@ -186,6 +126,7 @@ public:
     // connection data, a third of a sample's cost.
     std::atomic<int> updateReceivers{0};
     double aspect = 1.0;
+    double pixelRatio = 1.0;
     QColor color;
     quint64 maxItemCount = 0;
     // Set by the pointer on the GUI thread, moved by flush() and clear() on any thread.
@@ -204,7 +145,10 @@ public:
     std::string twoValueFormat = "%f, %f";
     QPointF currentPosition;
     QString currentText;
-    bool hasCurrent = false; // the current value was drawn (or stands in for a joined gap)
+
+    // Drawing: the renderer keeps its scratch buffers from frame to frame.
+    KivSeriesRenderer renderer;
+    bool decimation = true;
 };
 
 // Appends n samples under the read lock; returns whether to announce them. A variant that
@@ -432,7 +376,6 @@ void KivDataSetPrivate::resetCurrentValue()
 {
     currentPosition = QPointF();
     currentText.clear();
-    hasCurrent = false;
 }
 
 KivDataSet::KivDataSet(int width, int height)
@@ -800,6 +743,18 @@ unsigned long KivDataSet::copyData(unsigned long first, unsigned long count, dou
     return copied;
 }
 
+QVector<double> KivDataSet::snapshot(long *scopeOffset)
+{
+    velo::LockReadWrite guard(d->lock);
+    flush(guard);
+    if (scopeOffset)
+        *scopeOffset = d->scopeOffset;
+    const int dims = dimensions();
+    QVector<double> out(int(d->displayQueue.size()) * dims);
+    out.resize(int(copyData(0, d->displayQueue.size(), out.data())) * dims);
+    return out;
+}
+
 const velo::Matrix &KivDataSet::getLastMinMax() const
 {
     return d->lastMinMax;
@@ -853,6 +808,12 @@ void KivDataSet::setGraphDimensions(int width, int height)
 double KivDataSet::getAspect() const
 {
     return d->aspect;
+}
+
+void KivDataSet::setPixelRatio(double ratio)
+{
+    if (ratio > 0.0)
+        d->pixelRatio = ratio;
 }
 
 void KivDataSet::setVisible(bool checked)
@@ -966,280 +927,54 @@ QString KivDataSet::currentValueText() const
 
 void KivDataSet::glDrawPlotShape(double x, double y) const
 {
-    d->emitShape(d->marker(), x, y);
+    KivSeriesRenderer::emitShape(KivSeriesRenderer::markerOf(d->style), d->aspect, x, y);
 }
 
 void KivDataSet::glCross2d(double x, double y) const
 {
-    d->emitShape(Marker::Cross, x, y);
+    KivSeriesRenderer::emitShape(KivSeriesRenderer::Marker::Cross, d->aspect, x, y);
 }
 
 void KivDataSet::glTriangle2d(double x, double y) const
 {
-    d->emitShape(Marker::Triangle, x, y);
+    KivSeriesRenderer::emitShape(KivSeriesRenderer::Marker::Triangle, d->aspect, x, y);
+}
+
+void KivDataSet::setDecimationEnabled(bool on)
+{
+    d->decimation = on;
+}
+
+bool KivDataSet::isDecimationEnabled() const
+{
+    return d->decimation;
 }
 
 void KivDataSet::display(const velo::MatrixF<3, 2> &box)
 {
     velo::LockReadWrite guard(d->lock);
     flush(guard);
-    d->draw(box);
-}
-
-GLenum KivDataSetPrivate::primitive(int dims) const
-{
-    switch (style & KivDataStyleShapeMask) {
-    case KivDataStylePoints:
-        return GL_POINTS;
-    case KivDataStyleCross:
-        return dims < 3 ? GL_LINES : GL_LINE_STRIP;
-    case KivDataStyleTriangle:
-        return dims < 3 ? GL_TRIANGLES : GL_LINE_STRIP;
-    case KivDataStyleBar:
-        return dims < 3 ? GL_QUADS : GL_LINE_STRIP;
-    default:
-        return GL_LINE_STRIP;
-    }
-}
-
-void KivDataSetPrivate::setCurrentText(const double *p, int dims)
-{
-    if (dims == 1) {
-        currentText = QString::asprintf(oneValueFormat.c_str(), p[0]);
-    } else if (dims == 2) {
-        currentText = QString::asprintf(twoValueFormat.c_str(), p[0], p[1]);
-    } else {
-        const std::string three = twoValueFormat + ", " + oneValueFormat;
-        currentText = QString::asprintf(three.c_str(), p[0], p[1], p[2]);
-    }
-}
-
-void KivDataSetPrivate::draw(const velo::MatrixF<3, 2> &box)
-{
-    double mm[6] = {0.0, 0.0, 0.0, 0.0, 0.0, 0.0}; // rows x, y, z of (min, max)
-    const quint64 count = displayQueue.size();
-    const unsigned long dimField = style & KivDataStyleDimensionMask;
-    resetCurrentValue();
-    if (count > 0 && visible && dimField != 3) {
-        const int dims = int(dimField) + 1;
-        const bool bar = (style & KivDataStyleShapeMask) == KivDataStyleBar && dims < 3;
-
-        const double *first = displayQueue.head->values + displayQueue.head->start * quint64(dims);
-        if (dims == 1) {
-            mm[0] = -1.0;
-            mm[1] = 1.0;
-            mm[2] = mm[3] = first[0];
-        } else {
-            for (int r = 0; r < dims; ++r)
-                mm[2 * r] = mm[2 * r + 1] = first[r];
-        }
-        if (bar) {
-            const double y = mm[3];
-            mm[2] = std::min(0.0, y);
-            if (y < 0.0)
-                mm[3] = 0.0;
-        }
-        // A leading gap must not count as a maximum.
-        for (int r = 0; r < 3; ++r) {
-            if (mm[2 * r + 1] == Gap)
-                mm[2 * r + 1] = -Gap;
-        }
-
-        quint64 slotCount = maxItemCount > 0 ? maxItemCount : count;
-        if (!bar)
-            slotCount = slotCount > 1 ? slotCount - 1 : 1;
-        Mapping m;
-        m.sx = 2.0 / (box(0, 1) - box(0, 0));
-        m.ox = -(box(0, 1) + box(0, 0)) / 2.0;
-        m.sy = 2.0 / (box(1, 1) - box(1, 0));
-        m.oy = -(box(1, 1) + box(1, 0)) / 2.0;
-        m.sz = 2.0 / (box(2, 1) - box(2, 0));
-        m.oz = -(box(2, 1) + box(2, 0)) / 2.0;
-        m.slot = 2.0 / double(slotCount);
-
-        glLineWidth(1.0f);
-        if (maxItemCount > 0 && (style & 0x103) == KivDataStyleScope) {
-            drawScope(m, slotCount, mm);
-        } else {
-            switch (dims) {
-            case 1: drawSeries<1>(m, mm); break;
-            case 2: drawSeries<2>(m, mm); break;
-            default: drawSeries<3>(m, mm); break;
-            }
-            // The cursor mark at the current value.
-            if (scopeOffset >= 0 && quint64(scopeOffset) <= slotCount) {
-                if (dims == 1) {
-                    const double x = (-1.0 + double(scopeOffset) * m.slot + m.ox) * m.sx;
-                    glColor3f(0.0f, 0.0f, 0.0f);
-                    glBegin(GL_LINES);
-                    glVertex2d(x, -1.0);
-                    glVertex2d(x, 1.0);
-                    glEnd();
-                } else if (hasCurrent) {
-                    const double x = currentPosition.x();
-                    const double y = currentPosition.y();
-                    glColor3f(0.0f, 0.0f, 0.0f);
-                    glBegin(GL_LINES);
-                    glVertex2d(x, y - 0.15);
-                    glVertex2d(x, y + 0.15);
-                    glVertex2d(x - 0.15, y);
-                    glVertex2d(x + 0.15, y);
-                    glEnd();
-                }
-            }
-        }
-        if (bar)
-            glColor3f(0.0f, 0.0f, 0.0f);
-    }
+    KivSeriesView view;
+    view.head = d->displayQueue.head;
+    view.count = d->displayQueue.size();
+    view.style = d->style;
+    view.maxItemCount = d->maxItemCount;
+    view.scopeOffset = d->scopeOffset;
+    view.visible = d->visible;
+    view.color = d->color;
+    view.aspect = d->aspect;
+    view.pixelRatio = d->pixelRatio;
+    view.oneValueFormat = &d->oneValueFormat;
+    view.twoValueFormat = &d->twoValueFormat;
+    // The viewport is what the rasteriser maps to pixels.
+    GLint viewport[4] = {0, 0, 0, 0};
+    glGetIntegerv(GL_VIEWPORT, viewport);
+    KivSeriesDrawing drawn;
+    d->renderer.draw(view, box, viewport[2], viewport[3], d->decimation, drawn);
     for (int r = 0; r < 3; ++r) {
-        lastMinMax(VoSize(r), 0) = mm[2 * r];
-        lastMinMax(VoSize(r), 1) = mm[2 * r + 1];
+        d->lastMinMax(VoSize(r), 0) = drawn.extents[2 * r];
+        d->lastMinMax(VoSize(r), 1) = drawn.extents[2 * r + 1];
     }
-}
-
-// Draws the display queue oldest first; mm collects the drawn extents.
-template<int D>
-void KivDataSetPrivate::drawSeries(const Mapping &m, double *mm)
-{
-    const bool bar = D < 3 && (style & KivDataStyleShapeMask) == KivDataStyleBar;
-    const bool join = (style & KivDataStyleJoinGaps) != 0;
-    const bool breakAtGaps = bar || !join;
-    const GLenum prim = primitive(D);
-    const Marker shape = D < 3 ? marker() : Marker::Vertex;
-    const double base = m.oy * m.sy;
-    // 1 value: bars fill 90 % of their slot; 2 values: a bar is 2 / maxItemCount wide.
-    const double barWidth = D == 1 ? 0.9 * m.slot * m.sx
-                                   : 2.0 / double(maxItemCount > 0 ? maxItemCount : displayQueue.size());
-    const long current = scopeOffset;
-
-    bool open = false;
-    const double *last = nullptr; // last drawn sample
-    double lastX = 0.0, lastY = 0.0;
-    quint64 i = 0;
-    for (const SampleBlock *b = displayQueue.head; b; b = b->next) {
-        const double *p = b->values + b->start * D;
-        const double *end = b->values + b->fill * D;
-        for (; p < end; p += D, ++i) {
-            bool gap = p[0] == Gap;
-            if (D > 1)
-                gap = gap || p[1] == Gap;
-            if (D > 2)
-                gap = gap || p[2] == Gap;
-            if (gap) {
-                if (long(i) == current && join && last) {
-                    currentPosition = QPointF(lastX, lastY);
-                    setCurrentText(last, D);
-                    hasCurrent = true;
-                }
-                if (breakAtGaps && open) {
-                    glEnd();
-                    open = false;
-                }
-                continue;
-            }
-            if (!open) {
-                beginPrimitive(prim);
-                open = true;
-            }
-            double x, y;
-            if (D == 1) {
-                x = (-1.0 + double(i) * m.slot + m.ox) * m.sx;
-                y = (p[0] + m.oy) * m.sy;
-                mm[2] = std::min(mm[2], p[0]);
-                mm[3] = std::max(mm[3], p[0]);
-            } else {
-                x = (p[0] + m.ox) * m.sx;
-                y = (p[1] + m.oy) * m.sy;
-                for (int r = 0; r < D; ++r) {
-                    mm[2 * r] = std::min(mm[2 * r], p[r]);
-                    mm[2 * r + 1] = std::max(mm[2 * r + 1], p[r]);
-                }
-            }
-            if (D == 3) {
-                glVertex3d(x, y, (p[2] + m.oz) * m.sz);
-            } else if (bar) {
-                glVertex2d(x, base);
-                glVertex2d(x, y);
-                glVertex2d(x + barWidth, y);
-                glVertex2d(x + barWidth, base);
-            } else {
-                emitShape(shape, x, y);
-            }
-            if (long(i) == current) {
-                currentPosition = QPointF(x, y);
-                setCurrentText(p, D);
-                hasCurrent = true;
-            }
-            last = p;
-            lastX = x;
-            lastY = y;
-        }
-    }
-    if (open)
-        glEnd();
-}
-
-// Oscilloscope sweep: the oldest sample sits at the cursor slot, later ones follow to the
-// right edge and wrap to the left one.
-void KivDataSetPrivate::drawScope(const Mapping &m, quint64 slotCount, double *mm)
-{
-    const bool bar = (style & KivDataStyleShapeMask) == KivDataStyleBar;
-    const bool line = (style & KivDataStyleShapeMask) == KivDataStyleLine;
-    const bool breakAtGaps = bar || (style & KivDataStyleJoinGaps) == 0;
-    const GLenum prim = primitive(1);
-    const Marker shape = marker();
-    const double base = m.oy * m.sy;
-    const double barWidth = 0.9 * m.slot * m.sx;
-
-    const quint64 cursor = scopeOffset >= 0 && quint64(scopeOffset) < slotCount ? quint64(scopeOffset) : 0;
-    const double xc = (-1.0 + double(cursor) * m.slot + m.ox) * m.sx;
-    glColor3f(0.0f, 0.0f, 0.0f);
-    glBegin(GL_LINES);
-    glVertex2d(xc, -1.0);
-    glVertex2d(xc, 1.0);
-    glEnd();
-
-    const quint64 wrapAt = maxItemCount > cursor ? maxItemCount - cursor : 0;
-    bool open = false;
-    quint64 slot = cursor;
-    quint64 k = 0;
-    for (const SampleBlock *b = displayQueue.head; b; b = b->next) {
-        const double *p = b->values + b->start;
-        const double *end = b->values + b->fill;
-        for (; p < end; ++p, ++k, ++slot) {
-            if (k == wrapAt) {
-                slot = 0;
-                if (line && open) {
-                    glEnd();
-                    open = false;
-                }
-            }
-            const double v = *p;
-            if (v == Gap) {
-                if (breakAtGaps && open) {
-                    glEnd();
-                    open = false;
-                }
-                continue;
-            }
-            if (!open) {
-                beginPrimitive(prim);
-                open = true;
-            }
-            const double x = (-1.0 + double(slot) * m.slot + m.ox) * m.sx;
-            const double y = (v + m.oy) * m.sy;
-            if (bar) {
-                glVertex2d(x, base);
-                glVertex2d(x, y);
-                glVertex2d(x + barWidth, y);
-                glVertex2d(x + barWidth, base);
-            } else {
-                emitShape(shape, x, y);
-            }
-            mm[2] = std::min(mm[2], v);
-            mm[3] = std::max(mm[3], v);
-        }
-    }
-    if (open)
-        glEnd();
+    d->currentPosition = drawn.currentPosition;
+    d->currentText = std::move(drawn.currentText);
 }

@@ -12,6 +12,7 @@
 #include <QObject>
 #include <QPointF>
 #include <QString>
+#include <QVector>
 
 #include <memory>
 
@@ -105,6 +106,11 @@ public:
     //! Copies up to `count` drawn samples from sample `first` on into `out` (dimensions()
     //! doubles each) and returns how many it copied. Takes the series' lock like getData().
     unsigned long copyData(unsigned long first, unsigned long count, double* out) const;
+    //! Moves queued samples into the drawn queue as a frame does and returns a copy of all
+    //! drawn samples (dimensions() doubles each), read under the series' lock so that
+    //! producers may keep adding; `scopeOffset`, if given, gets the offset of the same moment.
+    //! For the thread that draws.
+    QVector<double> snapshot(long* scopeOffset = nullptr);
 
     //! Extents of the samples drawn by the last display(): rows x, y, z; columns min, max.
     const velo::Matrix& getLastMinMax() const;
@@ -122,6 +128,9 @@ public:
     void setGraphDimensions(int width, int height);
     //! Graph width divided by graph height.
     double getAspect() const;
+    //! Device pixels per pixel of the graph (2 on a high-DPI screen): line widths and point
+    //! sizes grow by it. 1 at first; ratios not above 0 are ignored. The graph sets it.
+    void setPixelRatio(double ratio);
 
     bool isVisible() const;
 
@@ -148,6 +157,11 @@ public:
     //! Draws the series into the current GL context within the scale box `box`
     //! (rows x, y, z; columns min, max) and records the drawn extents.
     void display(const velo::MatrixF<3, 2>& box);
+    //! With decimation on (the default), display() draws a series holding more than about
+    //! four samples per pixel column as only the samples that can change pixels; the picture,
+    //! the extents and the current value stay the same. Off draws every sample.
+    void setDecimationEnabled(bool on);
+    bool isDecimationEnabled() const;
     //! Drawn position (device units) and text of the current value after display().
     QPointF currentValuePosition() const;
     QString currentValueText() const;

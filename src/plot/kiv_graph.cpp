@@ -2,6 +2,7 @@
 #include "kiv_dataset.h"
 #include "kiv_updaterelay.h"
 
+#include <QOpenGLPaintDevice>
 #include <QThread>
 
 #include <cmath>

@@ -8,6 +8,7 @@
 #include <QAtomicInt>
 #include <QColor>
 #include <QElapsedTimer>
+#include <QImage>
 #include <QList>
 #include <QMap>
 #include <QOpenGLFunctions>
@@ -16,11 +17,14 @@
 #include <QPointF>
 #include <QString>
 
+#include <memory>
 #include <utility>
 #include <vector>
 
 class KivDataSet;
+class KivExport;
 class KivUpdateRelay;
+class QOpenGLPaintDevice;
 class QPainter;
 
 /*!
@@ -34,6 +38,7 @@ class QPainter;
 class KIV_EXPORT KivGraph : public QOpenGLWidget, private QOpenGLFunctions
 {
     Q_OBJECT
+    Q_PROPERTY(QString noDataText READ noDataText WRITE setNoDataText)
 
 public:
     //! What a drag with the pointer does.
@@ -246,6 +251,28 @@ public slots:
     void setLinkedAxisScale(char axis, double min, double max);
     void setDisplayUnits(bool imperial);
 
+public:
+    // Export (kiv_graph_export.cpp), on the GUI thread. An invalid size means the graph's own
+    // size; a scale of 0 means the screen's device pixel ratio. Works on a graph that was
+    // never shown.
+    //! The picture as drawn, tick labels included, at \a size logical pixels times \a scale.
+    QImage toImage(const QSize& size = QSize(), qreal scale = 0.0);
+    //! PNG, JPEG or BMP by the suffix of \a path, or PDF (one page holding the raster
+    //! picture). False for another suffix or when the file cannot be written.
+    bool saveImage(const QString& path, const QSize& size = QSize(), qreal scale = 0.0);
+    //! Draws the picture at the graph's size into \a target of \a painter's device.
+    void renderTo(QPainter* painter, const QRectF& target);
+    /*!
+     * The samples of \a series (null: of every series) as CSV, a header row of series labels
+     * first: per series the position each sample is drawn at (sample slot, time in seconds
+     * when the x axis shows time, or x) and one column per value; gaps are empty cells.
+     * \a visibleOnly keeps the samples whose x lies in the visible x range. Moves queued
+     * samples in as a frame does, reading under each series' lock, so producers may keep
+     * adding. GUI thread; empty for a series the graph does not hold.
+     */
+    QString toCsv(KivDataSet* series = nullptr, bool visibleOnly = false);
+    bool saveCsv(const QString& path, KivDataSet* series = nullptr, bool visibleOnly = false);
+
 signals:
     void controlStateChanged(int controlState);
     void panning(Qt::MouseButton mb, int dx_pixels, int dy_pixels, double dx_graph, double dy_graph);
@@ -280,7 +307,15 @@ protected:
     //! Repaints now, bypassing the throttle.
     void forceScheduleUpdate();
 
+    //! Reports the export's pixel ratio while an export renders.
+    int metric(PaintDeviceMetric metric) const override;
+    //! Opens \a painter on the frame being drawn, set up as a painter on the widget would be.
+    //! Painting on the widget itself would go to the target of a grab() or render() instead.
+    void beginFramePainter(QPainter& painter);
+
 private:
+    friend class KivExport;
+
     void resizeGraph(int w, int h);
     void drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>& box);
     void drawCategoryLabels(QPainter* painter);
@@ -321,6 +356,9 @@ private:
     int m_measureIndex = -2;
     //! The measure cursor follows the pointer only while this is non-zero.
     int m_measureAllowed = 1;
+    //! Device pixel ratio of an export under way; 0 outside exports.
+    qreal m_exportRatio = 0.0;
+    std::unique_ptr<QOpenGLPaintDevice> m_frameDevice;
 };
 
 #endif // KIV_GRAPH_H

@@ -1,4 +1,5 @@
 #include "kiv_graph3d.h"
+#include "kiv_export_p.h"
 #include "kiv_updaterelay.h"
 
 #include <QGuiApplication>
@@ -400,6 +401,9 @@ void KivGraph3D::gluFastPoint(const velo::Vector3& centre, double size)
 void KivGraph3D::drawGrid()
 {
     setGLColor(gridColor.lighter(150));
+    // The plain GL entry point, like the rest of the grid: works in any current context,
+    // also before initializeGL() has resolved the member functions.
+    ::glLineWidth(GLfloat(devicePixelRatioF()));
     glBegin(GL_LINES);
     drawGridXY(false);
     drawGridXZ(false);
@@ -481,4 +485,30 @@ void KivGraph3D::drawGridYZ(bool far)
         glVertex3d(x, y0, z);
         glVertex3d(x, y0 + sy, z);
     });
+}
+
+QImage KivGraph3D::toImage(const QSize& size, qreal scale)
+{
+    return KivExport::toImage(this, size, scale);
+}
+
+bool KivGraph3D::saveImage(const QString& path, const QSize& size, qreal scale)
+{
+    return KivExport::saveImage(this, path, size, scale);
+}
+
+void KivGraph3D::renderTo(QPainter* painter, const QRectF& target)
+{
+    KivExport::renderTo(this, painter, target);
+}
+
+int KivGraph3D::metric(PaintDeviceMetric metric) const
+{
+    if (exportRatio > 0.0) {
+        if (metric == PdmDevicePixelRatio)
+            return qRound(exportRatio);
+        if (metric == PdmDevicePixelRatioScaled)
+            return qRound(exportRatio * devicePixelRatioFScale());
+    }
+    return QOpenGLWidget::metric(metric);
 }

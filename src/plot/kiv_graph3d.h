@@ -6,11 +6,14 @@
 #include "velo_vector.h"
 
 #include <QColor>
+#include <QImage>
 #include <QMetaType>
 #include <QOpenGLFunctions>
 #include <QOpenGLWidget>
 #include <QPoint>
 
+class KivExport;
+class QPainter;
 struct GLUquadric;
 class KivUpdateRelay;
 
@@ -60,6 +63,13 @@ public:
     //! A cheap point marker: a double pyramid of half-width and half-height \a size.
     void gluFastPoint(const velo::Vector3& centre, double size);
 
+    // Export; an invalid size means the view's own, a scale of 0 the screen's pixel ratio.
+    //! The view as drawn, also when never shown; see KivGraph::toImage().
+    QImage toImage(const QSize& size = QSize(), qreal scale = 0.0);
+    //! PNG, JPEG, BMP by suffix, or PDF holding the raster picture.
+    bool saveImage(const QString& path, const QSize& size = QSize(), qreal scale = 0.0);
+    void renderTo(QPainter* painter, const QRectF& target);
+
 public slots:
     //! Repaints soon. Safe from any thread: requests from other threads coalesce into one
     //! pending call however often a producer asks.
@@ -83,6 +93,8 @@ signals:
                                const KivGraph3D::ProjectionRect& oldRect);
 
 protected:
+    //! Reports the export's pixel ratio while an export renders.
+    int metric(PaintDeviceMetric metric) const override;
     void initializeGL() override;
     void resizeGL(int w, int h) override;
     //! Clears, places the scene and draws the axis arrows. The grid is left to subclasses,
@@ -146,6 +158,9 @@ protected:
     GLUquadric* shaftBaseQuadric;
 
 private:
+    friend class KivExport;
+    //! Device pixel ratio of an export under way; 0 outside exports.
+    qreal exportRatio = 0.0;
     KivUpdateRelay* updateRelay;
     // Blank cursors this view has pushed and not yet restored (one per button held).
     int cursorOverrides = 0;

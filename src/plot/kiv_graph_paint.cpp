@@ -32,6 +32,12 @@ bool usableStep(const KivAxisInfo& axis)
         && std::isfinite(axis.displayMax) && axis.displayMax > axis.displayMin;
 }
 
+// A line width of `w` pixels on `device`, so that lines keep their look at any pixel ratio.
+GLfloat lineWidth(const QPaintDevice* device, double w)
+{
+    return GLfloat(w * device->devicePixelRatioF());
+}
+
 double clampUnit(double v)
 {
     return v < -1.0 ? -1.0 : (v > 1.0 ? 1.0 : v);
@@ -58,7 +64,8 @@ void fillGraphRect(const GraphRect& r)
 
 // A scroll bar: the translucent track, the slider over it (darker while dragged) and
 // the slider outline, inset by two pixels on its left and top edges.
-void drawScrollBar(const GraphRect& track, const GraphRect& slider, bool sliderActive, int widthPx, int heightPx)
+void drawScrollBar(const GraphRect& track, const GraphRect& slider, bool sliderActive, int widthPx, int heightPx,
+                   GLfloat outlineWidth)
 {
     glEnable(GL_BLEND);
     glDisable(GL_DEPTH_TEST);
@@ -73,7 +80,7 @@ void drawScrollBar(const GraphRect& track, const GraphRect& slider, bool sliderA
     fillGraphRect(slider);
 
     glColor4d(0.0, 0.0, 0.4, 0.8);
-    glLineWidth(1.0f);
+    glLineWidth(outlineWidth);
     const double outlineLeft = slider.x0 + 2.0 / widthPx;
     const double outlineTop = slider.y1 - 2.0 / heightPx;
     glBegin(GL_LINE_LOOP);
@@ -84,6 +91,16 @@ void drawScrollBar(const GraphRect& track, const GraphRect& slider, bool sliderA
     glEnd();
     glDisable(GL_BLEND);
     glEnable(GL_DEPTH_TEST);
+}
+
+// Translucent overlays leave the frame's alpha below 1, which grab() and render() would
+// compose as a see-through picture; the frame is opaque everywhere.
+void makeOpaque()
+{
+    glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_TRUE);
+    glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
 }
 
 } // namespace
@@ -102,7 +119,8 @@ void KivGraph::paintGL()
 
     if (isEmpty()) {
         if (!m_noDataText.isEmpty()) {
-            QPainter painter(this);
+            QPainter painter;
+            beginFramePainter(painter);
             painter.setPen(QColor(0, 0, 0));
             painter.drawText(QRect(0, 0, width(), height()), Qt::AlignCenter, m_noDataText);
         }
@@ -140,6 +158,7 @@ void KivGraph::paintGL()
         KivDataSet* ds = m_dataSets.at(i);
         if (ds->getItemCount() == 0)
             continue;
+        ds->setPixelRatio(devicePixelRatioF());
         ds->display(box);
         if (!m_validRangeText.isEmpty()) {
             const velo::Matrix& extent = ds->getLastMinMax();
@@ -156,7 +175,8 @@ void KivGraph::paintGL()
     if (settled != m_axes)
         forceScheduleUpdate();
 
-    QPainter painter(this);
+    QPainter painter;
+    beginFramePainter(painter);
     drawForeground(&painter);
     if (outOfRange) {
         painter.setPen(palette().brush(QPalette::WindowText).color());
@@ -165,13 +185,14 @@ void KivGraph::paintGL()
                          m_validRangeText);
     }
     painter.end();
+    makeOpaque();
 
     m_painting.fetchAndStoreOrdered(0);
 }
 
 void KivGraph::drawBackground(QPainter*)
 {
-    glLineWidth(1.0f);
+    glLineWidth(lineWidth(this, 1.0));
     KivAxisInfo& ax = m_axes[0];
     KivAxisInfo& ay = m_axes[1];
     const AxisMap mx = axisMap(ax);
@@ -217,7 +238,7 @@ void KivGraph::drawBackground(QPainter*)
     }
 
     glColor3d(0.5, 0.5, 0.5);
-    glLineStipple(1, 0x9249);
+    glLineStipple(GLint(std::lround(devicePixelRatioF())), 0x9249);
     glEnable(GL_LINE_STIPPLE);
     glBegin(GL_LINES);
     if (usableStep(ax) && !categories) {
@@ -242,7 +263,7 @@ void KivGraph::drawBackground(QPainter*)
     glDisable(GL_LINE_STIPPLE);
 
     glColor3d(0.0, 0.0, 0.0);
-    glLineWidth(1.5f);
+    glLineWidth(lineWidth(this, 1.5));
     glBegin(GL_LINES);
     if ((ax.style & KivAxisStyleZeroLine) && ay.displayMin < 0.0 && 0.0 < ay.displayMax) {
         const double y = my.s * my.o;
@@ -255,7 +276,7 @@ void KivGraph::drawBackground(QPainter*)
         glVertex2d(x, 1.0);
     }
     glEnd();
-    glLineWidth(1.0f);
+    glLineWidth(lineWidth(this, 1.0));
 }
 
 void KivGraph::drawAfterGraphs(QPainter*)
@@ -288,7 +309,7 @@ void KivGraph::drawSelectionRectangle(const QPointF& a, const QPointF& b)
     fillGraphRect(GraphRect { a.x(), a.y(), b.x(), b.y() });
 
     glColor4d(0.0, 0.0, 0.4, 0.8);
-    glLineWidth(1.5f);
+    glLineWidth(lineWidth(this, 1.5));
     glBegin(GL_LINE_LOOP);
     glVertex2d(a.x(), a.y());
     glVertex2d(b.x(), a.y());
@@ -314,7 +335,7 @@ void KivGraph::drawSelectionRectangle(const QPointF& a, const QPointF& b)
     fillGraphRect(GraphRect { -1.0, a.y(), band, b.y() });
     fillGraphRect(GraphRect { a.x(), -1.0, b.x(), bandY });
 
-    glLineWidth(1.0f);
+    glLineWidth(lineWidth(this, 1.0));
     glDisable(GL_BLEND);
     glEnable(GL_DEPTH_TEST);
 }
@@ -354,7 +375,7 @@ void KivGraph::drawPanArrow(const QPointF& from, const QPointF& to)
     glDisable(GL_DEPTH_TEST);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glColor4d(0.0, 0.0, 0.4, 0.8);
-    glLineWidth(1.5f);
+    glLineWidth(lineWidth(this, 1.5));
     glBegin(GL_LINES);
     glVertex2d(from.x(), from.y());
     glVertex2d(to.x(), to.y());
@@ -367,7 +388,7 @@ void KivGraph::drawPanArrow(const QPointF& from, const QPointF& to)
     std::vector<QPointF> shape;
     generateArrow(direction, shape);
     drawArrow(to, shape);
-    glLineWidth(1.0f);
+    glLineWidth(lineWidth(this, 1.0));
     glDisable(GL_BLEND);
     glEnable(GL_DEPTH_TEST);
 }
@@ -399,7 +420,8 @@ void KivGraph::drawHorizontalScrollBar(const velo::MatrixF<3, 2>& box)
     const double right = clampUnit(std::isnan(hi.x()) ? 1.0 : hi.x());
     const double top = 2.0 * (ScrollBarPixels / height()) - 1.0;
     drawScrollBar(GraphRect { -1.0, -1.0, 1.0, top }, GraphRect { left, -1.0, right, top },
-                  m_controlState == ControlPan && isHorizontalScrollBarSliderActive(), width(), height());
+                  m_controlState == ControlPan && isHorizontalScrollBarSliderActive(), width(), height(),
+                  lineWidth(this, 1.0));
 }
 
 void KivGraph::drawVerticalScrollBar(const velo::MatrixF<3, 2>& box)
@@ -414,7 +436,8 @@ void KivGraph::drawVerticalScrollBar(const velo::MatrixF<3, 2>& box)
     const double top = clampUnit(std::isnan(hi.y()) ? 1.0 : hi.y());
     const double right = 2.0 * (ScrollBarPixels / width()) - 1.0;
     drawScrollBar(GraphRect { -1.0, -1.0, right, 1.0 }, GraphRect { -1.0, bottom, right, top },
-                  m_controlState == ControlPan && isVerticalScrollBarSliderActive(), width(), height());
+                  m_controlState == ControlPan && isVerticalScrollBarSliderActive(), width(), height(),
+                  lineWidth(this, 1.0));
 }
 
 int KivGraph::calcUpperLeftYBounds(QPainter* painter, const QString& text, const QPoint& at) const

@@ -1,6 +1,7 @@
 #include "kiv_graphwidget.h"
 
 #include "kiv_dataset.h"
+#include "kiv_export_p.h"
 #include "kiv_graph.h"
 #include "kivlabel.h"
 #include "kivlegend.h"
@@ -145,6 +146,21 @@ void KivGraphWidget::setTitle(const QString& title)
 {
     d->titleLabel->setText(title);
     d->titleLabel->setVisible(!title.isEmpty());
+}
+
+QString KivGraphWidget::title() const
+{
+    return d->titleLabel->text();
+}
+
+QString KivGraphWidget::xLabel() const
+{
+    return d->xLabel->text();
+}
+
+QString KivGraphWidget::yLabel() const
+{
+    return d->yLabel->text();
 }
 
 void KivGraphWidget::setXLabel(const QString& label)
@@ -570,4 +586,29 @@ void KivGraphWidget::setTime(double interval, double time)
 void KivGraphWidget::wheelEvent(QWheelEvent* event)
 {
     event->ignore();
+}
+
+QImage KivGraphWidget::toImage(const QSize& size, qreal scale)
+{
+    return KivExport::toImage(this, size, scale);
+}
+
+bool KivGraphWidget::saveImage(const QString& path, const QSize& size, qreal scale)
+{
+    return KivExport::saveImage(this, path, size, scale);
+}
+
+void KivGraphWidget::renderTo(QPainter* painter, const QRectF& target)
+{
+    KivExport::renderTo(this, painter, target);
+}
+
+QString KivGraphWidget::toCsv(bool visibleOnly)
+{
+    return d->graph->toCsv(nullptr, visibleOnly);
+}
+
+bool KivGraphWidget::saveCsv(const QString& path, bool visibleOnly)
+{
+    return d->graph->saveCsv(path, nullptr, visibleOnly);
 }

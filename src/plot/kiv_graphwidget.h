@@ -7,8 +7,10 @@
 #include "kivlegend.h"
 
 #include <QColor>
+#include <QImage>
 #include <QWidget>
 
+class QPainter;
 class QPoint;
 class QPointF;
 class QWheelEvent;
@@ -26,6 +28,12 @@ class KivGraphWidgetPrivate;
 class KIV_EXPORT KivGraphWidget : public QWidget, public KivControlInterface
 {
     Q_OBJECT
+    // The settings a form designer sets; uic writes them through set<Name>().
+    Q_PROPERTY(QString title READ title WRITE setTitle)
+    Q_PROPERTY(QString xLabel READ xLabel WRITE setXLabel)
+    Q_PROPERTY(QString yLabel READ yLabel WRITE setYLabel)
+    Q_PROPERTY(bool legendChecked READ isLegendChecked WRITE setLegendChecked)
+    Q_PROPERTY(bool freezeChecked READ isFreezeChecked WRITE setFreezeChecked)
 
 public:
     explicit KivGraphWidget(QWidget* parent = nullptr);
@@ -39,8 +47,19 @@ public:
 
     //! The title is shown exactly when \a title is not empty.
     void setTitle(const QString& title);
+    QString title() const;
+    QString xLabel() const;
+    QString yLabel() const;
     //! 'x' or 'y' (either case) sets that axis label; other axes have none.
     void setAxisLabel(char axis, const QString& label);
+
+    // Export of the whole widget (title, labels, legend, graph); see KivGraph::toImage().
+    QImage toImage(const QSize& size = QSize(), qreal scale = 0.0);
+    bool saveImage(const QString& path, const QSize& size = QSize(), qreal scale = 0.0);
+    void renderTo(QPainter* painter, const QRectF& target);
+    //! The graph's series as CSV; see KivGraph::toCsv().
+    QString toCsv(bool visibleOnly = false);
+    bool saveCsv(const QString& path, bool visibleOnly = false);
 
     bool isAutoScaleMethodChangeAllowed() const override;
     KivAutoScaleMethod getAutoScaleMethod() const override;

@@ -11,6 +11,13 @@ for f in lib/libkiv.so.2 lib/libkiv.so lib/libvotypes.so lib/cmake/Kiv/KivConfig
   [ -e "$prefix/$f" ] || { echo "missing after install: $f"; exit 1; }
 done
 
+# The Designer plugin, when built, lands in Qt's plugin layout and finds the installed library.
+if [ -e "$build/designer/libkivdesigner.so" ]; then
+  plugin=$prefix/lib/qt5/plugins/designer/libkivdesigner.so
+  [ -e "$plugin" ] || { echo "missing after install: $plugin"; exit 1; }
+  ldd "$plugin" | grep -q "libkiv.so.2 => $prefix/lib/" || { echo "designer plugin misses libkiv"; ldd "$plugin"; exit 1; }
+fi
+
 # The README's quick start is compiled as written: it becomes the host's second program.
 awk '/^```cpp quickstart/{on=1; next} /^```/{on=0} on' "$readme" > "$work/quickstart.cpp"
 [ -s "$work/quickstart.cpp" ] || { echo "README has no quick start block"; exit 1; }

@@ -1,0 +1,1101 @@
+#include "kiv_seriesrenderer.h"
+
+#include "kiv_dataset.h"
+
+#include <GL/gl.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+
+namespace {
+
+// Series with more samples than this per pixel column are reduced.
+constexpr quint64 SamplesPerColumn = 4;
+// A sample this close to a pixel edge (in pixels) may land on either side once the
+// rasteriser has snapped it to its sub-pixel grid (1/256 pixel with llvmpipe); such a
+// sample is always drawn.
+constexpr double EdgeMargin = 1.0 / 64.0;
+constexpr double Gap = KivGap;
+// Line vertices are snapped to 1/256 pixel: one this close to a column edge may be drawn in
+// either column.
+constexpr double LineEdgeMargin = 1.0 / 128.0;
+// Samples kept per extreme row of a line column (with their neighbours); a flat column may
+// have more, whose effect on that one pixel row is then approximated.
+constexpr size_t MaxRowSamples = 48;
+
+} // namespace
+
+KivSeriesRenderer::Marker KivSeriesRenderer::markerOf(unsigned long style)
+{
+    if ((style & 0x30) == 0x30)
+        return Marker::Cross;
+    if ((style & 0x40) == 0x40)
+        return Marker::Triangle;
+    return Marker::Vertex;
+}
+
+void KivSeriesRenderer::emitShape(Marker m, double aspect, double x, double y)
+{
+    switch (m) {
+    case Marker::Cross: {
+        const double a = aspect * 0.01;
+        glVertex2d(x - 0.01, y);
+        glVertex2d(x + 0.01, y);
+        glVertex2d(x, y - a);
+        glVertex2d(x, y + a);
+        break;
+    }
+    case Marker::Triangle: {
+        const double h = 0.0034641016151377543; // 0.002 * sqrt(3)
+        glVertex2d(x, y + 0.004 * aspect);
+        glVertex2d(x + h, y - 0.002 * aspect);
+        glVertex2d(x - h, y - 0.002 * aspect);
+        break;
+    }
+    case Marker::Vertex:
+        glVertex2d(x, y);
+        break;
+    }
+}
+
+void KivSeriesRenderer::draw(const KivSeriesView &view, const velo::MatrixF<3, 2> &box, int width, int height,
+                             bool decimate, KivSeriesDrawing &result)
+{
+    v = &view;
+    out = &result;
+    mm = result.extents;
+    result = KivSeriesDrawing();
+    const quint64 count = view.count;
+    const unsigned long dimField = view.style & KivDataStyleDimensionMask;
+    if (count == 0 || !view.visible || dimField == 3 || !view.head)
+        return;
+    const int dims = int(dimField) + 1;
+    const bool bar = (view.style & KivDataStyleShapeMask) == KivDataStyleBar && dims < 3;
+
+    const double *firstSample = view.head->values + view.head->start * quint64(dims);
+    if (dims == 1) {
+        mm[0] = -1.0;
+        mm[1] = 1.0;
+        mm[2] = mm[3] = firstSample[0];
+    } else {
+        for (int r = 0; r < dims; ++r)
+            mm[2 * r] = mm[2 * r + 1] = firstSample[r];
+    }
+    if (bar) {
+        const double y = mm[3];
+        mm[2] = std::min(0.0, y);
+        if (y < 0.0)
+            mm[3] = 0.0;
+    }
+    // A leading gap must not count as a maximum.
+    for (int r = 0; r < 3; ++r) {
+        if (mm[2 * r + 1] == Gap)
+            mm[2 * r + 1] = -Gap;
+    }
+
+    quint64 slotCount = view.maxItemCount > 0 ? view.maxItemCount : count;
+    if (!bar)
+        slotCount = slotCount > 1 ? slotCount - 1 : 1;
+    Mapping m;
+    m.sx = 2.0 / (box(0, 1) - box(0, 0));
+    m.ox = -(box(0, 1) + box(0, 0)) / 2.0;
+    m.sy = 2.0 / (box(1, 1) - box(1, 0));
+    m.oy = -(box(1, 1) + box(1, 0)) / 2.0;
+    m.sz = 2.0 / (box(2, 1) - box(2, 0));
+    m.oz = -(box(2, 1) + box(2, 0)) / 2.0;
+    m.slot = 2.0 / double(slotCount);
+    join = (view.style & KivDataStyleJoinGaps) != 0;
+    breakAtGaps = bar || !join;
+    // 1 value: bars fill 90 % of their slot; 2 values: a bar is 2 / maxItemCount wide.
+    barWidth = dims == 1 ? 0.9 * m.slot * m.sx : 2.0 / double(view.maxItemCount > 0 ? view.maxItemCount : count);
+
+    glLineWidth(GLfloat(view.pixelRatio));
+    glPointSize(GLfloat(view.pixelRatio));
+    const bool reduce = decimate && reducible(dims, width) && height > 0;
+    if (view.maxItemCount > 0 && (view.style & 0x103) == KivDataStyleScope) {
+        if (!reduce) {
+            drawScope(m, slotCount);
+        } else {
+            buildSpans(1);
+            startReduction(width, height);
+            const quint64 cursor = view.scopeOffset >= 0 && quint64(view.scopeOffset) < slotCount
+                                       ? quint64(view.scopeOffset) : 0;
+            drawCursorLine((-1.0 + double(cursor) * m.slot + m.ox) * m.sx);
+            const quint64 wrapAt = std::min(count, view.maxItemCount - cursor);
+            reduceSlots(m, 0, wrapAt, cursor);
+            breakStrip(); // no line crosses the graph at the wrap
+            reduceSlots(m, wrapAt, count, 0);
+            emitReduced(m);
+        }
+    } else {
+        bool drawn = false;
+        if (reduce) {
+            buildSpans(dims);
+            startReduction(width, height);
+            if (dims == 1)
+                reduceSlots(m, 0, count, 0);
+            drawn = dims == 1 || reduceXY(m);
+            if (drawn) {
+                emitReduced(m);
+                findCurrent(m, dims);
+            }
+        }
+        if (!drawn) {
+            if (dims == 1)
+                drawSeries<1>(m);
+            else if (dims == 2)
+                drawSeries<2>(m);
+            else
+                drawSeries<3>(m);
+        }
+        drawCursorMark(m, slotCount, dims);
+    }
+    if (bar)
+        glColor3f(0.0f, 0.0f, 0.0f);
+}
+
+unsigned KivSeriesRenderer::primitive(int dims) const
+{
+    switch (v->style & KivDataStyleShapeMask) {
+    case KivDataStylePoints:
+        return GL_POINTS;
+    case KivDataStyleCross:
+        return dims < 3 ? GL_LINES : GL_LINE_STRIP;
+    case KivDataStyleTriangle:
+        return dims < 3 ? GL_TRIANGLES : GL_LINE_STRIP;
+    case KivDataStyleBar:
+        return dims < 3 ? GL_QUADS : GL_LINE_STRIP;
+    default:
+        return GL_LINE_STRIP;
+    }
+}
+
+void KivSeriesRenderer::beginPrimitive(unsigned primitive) const
+{
+    glBegin(primitive);
+    glColor3d(v->color.redF(), v->color.greenF(), v->color.blueF());
+}
+
+void KivSeriesRenderer::setCurrentText(const double *p, int dims)
+{
+    const std::string &one = *v->oneValueFormat;
+    const std::string &two = *v->twoValueFormat;
+    if (dims == 1) {
+        out->currentText = QString::asprintf(one.c_str(), p[0]);
+    } else if (dims == 2) {
+        out->currentText = QString::asprintf(two.c_str(), p[0], p[1]);
+    } else {
+        const std::string three = two + ", " + one;
+        out->currentText = QString::asprintf(three.c_str(), p[0], p[1], p[2]);
+    }
+}
+
+void KivSeriesRenderer::drawCursorLine(double x)
+{
+    glColor3f(0.0f, 0.0f, 0.0f);
+    glBegin(GL_LINES);
+    glVertex2d(x, -1.0);
+    glVertex2d(x, 1.0);
+    glEnd();
+}
+
+// The cursor mark at the current value: a vertical line at its slot for a time series, a
+// cross at its drawn position otherwise.
+void KivSeriesRenderer::drawCursorMark(const Mapping &m, quint64 slotCount, int dims)
+{
+    const long offset = v->scopeOffset;
+    if (offset < 0 || quint64(offset) > slotCount)
+        return;
+    if (dims == 1) {
+        drawCursorLine((-1.0 + double(offset) * m.slot + m.ox) * m.sx);
+    } else if (out->hasCurrent) {
+        const double x = out->currentPosition.x();
+        const double y = out->currentPosition.y();
+        glColor3f(0.0f, 0.0f, 0.0f);
+        glBegin(GL_LINES);
+        glVertex2d(x, y - 0.15);
+        glVertex2d(x, y + 0.15);
+        glVertex2d(x - 0.15, y);
+        glVertex2d(x + 0.15, y);
+        glEnd();
+    }
+}
+
+// Draws every sample, oldest first; mm collects the drawn extents.
+template<int D>
+void KivSeriesRenderer::drawSeries(const Mapping &m)
+{
+    const bool bar = D < 3 && (v->style & KivDataStyleShapeMask) == KivDataStyleBar;
+    const unsigned prim = primitive(D);
+    const Marker shape = D < 3 ? markerOf(v->style) : Marker::Vertex;
+    const double aspect = v->aspect;
+    const double base = m.oy * m.sy;
+    const long current = v->scopeOffset;
+
+    bool open = false;
+    const double *last = nullptr; // last drawn sample
+    double lastX = 0.0, lastY = 0.0;
+    quint64 i = 0;
+    for (const KivSampleBlock *b = v->head; b; b = b->next) {
+        const double *p = b->values + b->start * D;
+        const double *end = b->values + b->fill * D;
+        for (; p < end; p += D, ++i) {
+            bool gap = p[0] == Gap;
+            if (D > 1)
+                gap = gap || p[1] == Gap;
+            if (D > 2)
+                gap = gap || p[2] == Gap;
+            if (gap) {
+                if (long(i) == current && join && last) {
+                    out->currentPosition = QPointF(lastX, lastY);
+                    setCurrentText(last, D);
+                    out->hasCurrent = true;
+                }
+                if (breakAtGaps && open) {
+                    glEnd();
+                    open = false;
+                }
+                continue;
+            }
+            if (!open) {
+                beginPrimitive(prim);
+                open = true;
+            }
+            double x, y;
+            if (D == 1) {
+                x = (-1.0 + double(i) * m.slot + m.ox) * m.sx;
+                y = (p[0] + m.oy) * m.sy;
+                mm[2] = std::min(mm[2], p[0]);
+                mm[3] = std::max(mm[3], p[0]);
+            } else {
+                x = (p[0] + m.ox) * m.sx;
+                y = (p[1] + m.oy) * m.sy;
+                for (int r = 0; r < D; ++r) {
+                    mm[2 * r] = std::min(mm[2 * r], p[r]);
+                    mm[2 * r + 1] = std::max(mm[2 * r + 1], p[r]);
+                }
+            }
+            if (D == 3) {
+                glVertex3d(x, y, (p[2] + m.oz) * m.sz);
+            } else if (bar) {
+                glVertex2d(x, base);
+                glVertex2d(x, y);
+                glVertex2d(x + barWidth, y);
+                glVertex2d(x + barWidth, base);
+            } else {
+                emitShape(shape, aspect, x, y);
+            }
+            if (long(i) == current) {
+                out->currentPosition = QPointF(x, y);
+                setCurrentText(p, D);
+                out->hasCurrent = true;
+            }
+            last = p;
+            lastX = x;
+            lastY = y;
+        }
+    }
+    if (open)
+        glEnd();
+}
+
+// Oscilloscope sweep: the oldest sample sits at the cursor slot, later ones follow to the
+// right edge and wrap to the left one.
+void KivSeriesRenderer::drawScope(const Mapping &m, quint64 slotCount)
+{
+    const bool bar = (v->style & KivDataStyleShapeMask) == KivDataStyleBar;
+    const bool line = (v->style & KivDataStyleShapeMask) == KivDataStyleLine;
+    const unsigned prim = primitive(1);
+    const Marker shape = markerOf(v->style);
+    const double aspect = v->aspect;
+    const double base = m.oy * m.sy;
+
+    const quint64 cursor = v->scopeOffset >= 0 && quint64(v->scopeOffset) < slotCount ? quint64(v->scopeOffset) : 0;
+    drawCursorLine((-1.0 + double(cursor) * m.slot + m.ox) * m.sx);
+
+    const quint64 wrapAt = v->maxItemCount > cursor ? v->maxItemCount - cursor : 0;
+    bool open = false;
+    quint64 slot = cursor;
+    quint64 k = 0;
+    for (const KivSampleBlock *b = v->head; b; b = b->next) {
+        const double *p = b->values + b->start;
+        const double *end = b->values + b->fill;
+        for (; p < end; ++p, ++k, ++slot) {
+            if (k == wrapAt) {
+                slot = 0;
+                if (line && open) {
+                    glEnd();
+                    open = false;
+                }
+            }
+            const double val = *p;
+            if (val == Gap) {
+                if (breakAtGaps && open) {
+                    glEnd();
+                    open = false;
+                }
+                continue;
+            }
+            if (!open) {
+                beginPrimitive(prim);
+                open = true;
+            }
+            const double x = (-1.0 + double(slot) * m.slot + m.ox) * m.sx;
+            const double y = (val + m.oy) * m.sy;
+            if (bar) {
+                glVertex2d(x, base);
+                glVertex2d(x, y);
+                glVertex2d(x + barWidth, y);
+                glVertex2d(x + barWidth, base);
+            } else {
+                emitShape(shape, aspect, x, y);
+            }
+            mm[2] = std::min(mm[2], val);
+            mm[3] = std::max(mm[3], val);
+        }
+    }
+    if (open)
+        glEnd();
+}
+
+// Plain lines, points and 1-value bars with more samples than about four per pixel column.
+bool KivSeriesRenderer::reducible(int dims, int width) const
+{
+    if (width <= 0 || v->count <= SamplesPerColumn * quint64(width))
+        return false;
+    switch (v->style & KivDataStyleShapeMask) {
+    case KivDataStyleLine:
+    case KivDataStylePoints:
+        return dims < 3;
+    case KivDataStyleBar:
+        return dims == 1;
+    default:
+        return false;
+    }
+}
+
+void KivSeriesRenderer::buildSpans(int dims)
+{
+    spans.clear();
+    quint64 first = 0;
+    for (const KivSampleBlock *b = v->head; b && first < v->count; b = b->next) {
+        const quint64 n = std::min(b->fill - b->start, v->count - first);
+        if (n > 0)
+            spans.push_back(Span{b->values + b->start * quint64(dims), n, first});
+        first += n;
+    }
+}
+
+const double *KivSeriesRenderer::sampleAt(quint64 i, int dims) const
+{
+    auto s = std::upper_bound(spans.begin(), spans.end(), i, [](quint64 k, const Span &sp) { return k < sp.first; });
+    --s;
+    return s->p + (i - s->first) * quint64(dims);
+}
+
+// Calls f(p, n, i) for each stored run of the samples first .. end - 1 (p at sample i).
+template<class F>
+void KivSeriesRenderer::forRange(quint64 first, quint64 end, int dims, F &&f) const
+{
+    if (first >= end)
+        return;
+    auto s = std::upper_bound(spans.begin(), spans.end(), first, [](quint64 k, const Span &sp) { return k < sp.first; });
+    for (--s; s != spans.end() && s->first < end; ++s) {
+        const quint64 from = std::max(first, s->first);
+        const quint64 to = std::min(end, s->first + s->n);
+        if (from < to)
+            f(s->p + (from - s->first) * quint64(dims), to - from, from);
+    }
+}
+
+// Widens the y extents by samples that are not visited for drawing.
+void KivSeriesRenderer::widenY(quint64 first, quint64 end)
+{
+    double lo = mm[2];
+    double hi = mm[3];
+    forRange(first, end, 1, [&](const double *p, quint64 n, quint64) {
+        for (quint64 k = 0; k < n; ++k) {
+            const double val = p[k];
+            lo = std::min(lo, val); // a gap is the largest double: it never lowers the minimum
+            if (val != Gap)
+                hi = std::max(hi, val);
+        }
+    });
+    mm[2] = lo;
+    mm[3] = hi;
+}
+
+// Reduces the 1-value samples first .. end - 1, drawn at the slots from slot0 on. Only the
+// visible slots and one neighbour each side are visited for drawing.
+void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end, quint64 slot0)
+{
+    if (first >= end)
+        return;
+    // Slot s is drawn at (-1 + s * slot + ox) * sx, visible within -1 .. 1.
+    const double lowSlot = std::floor((1.0 - 1.0 / m.sx - m.ox) / m.slot) - 1.0 - double(slot0);
+    const double highSlot = std::ceil((1.0 + 1.0 / m.sx - m.ox) / m.slot) + 2.0 - double(slot0);
+    const double n = double(end - first);
+    const quint64 from = first + quint64(std::min(std::max(lowSlot, 0.0), n));
+    const quint64 to = std::max(from, first + quint64(std::min(std::max(highSlot, 0.0), n)));
+    widenY(first, from);
+    widenY(to, end);
+
+    if (reduction == Reduction::Bars) {
+        addSlots(m, from, to, first, slot0);
+        return;
+    }
+    // Column by column: the samples of one pixel column are found from the slot width.
+    const double pixelsPerSample = m.slot * m.sx * halfWidth;
+    quint64 i = from;
+    while (i < to) {
+        const double px = ((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx + 1.0) * halfWidth;
+        quint64 e = to;
+        if (px < double(columns)) {
+            const double edge = px < 0.0 ? 0.0 : std::floor(px) + 1.0;
+            auto before = [&](quint64 k) {
+                return ((-1.0 + double(slot0 + (k - first)) * m.slot + m.ox) * m.sx + 1.0) * halfWidth < edge;
+            };
+            const double guess = double(i) + std::ceil((edge - px) / pixelsPerSample);
+            e = guess >= double(to) ? to : std::max(i + 1, quint64(guess));
+            while (e < to && before(e))
+                ++e;
+            while (e > i + 1 && !before(e - 1))
+                --e;
+        }
+        if (reduction == Reduction::Line)
+            reduceLineColumn(m, i, e, first, slot0);
+        else
+            reducePointColumn(m, i, e, first, slot0);
+        i = e;
+    }
+    flushColumn();
+}
+
+// Offers the 1-value samples from .. to - 1 one by one (sample `first` in slot `slot0`).
+void KivSeriesRenderer::addSlots(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0)
+{
+    forRange(from, to, 1, [&](const double *p, quint64 count, quint64 i0) {
+        for (quint64 k = 0; k < count; ++k) {
+            const double val = p[k];
+            if (val == Gap) {
+                if (breakAtGaps)
+                    breakStrip();
+                continue;
+            }
+            mm[2] = std::min(mm[2], val);
+            mm[3] = std::max(mm[3], val);
+            const quint64 i = i0 + k;
+            add(i, (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx, (val + m.oy) * m.sy);
+        }
+    });
+}
+
+// Where the rasteriser puts a vertex: the viewport transform in single precision, then
+// snapped to its 1/256-pixel grid.
+QPointF KivSeriesRenderer::windowPoint(double x, double y) const
+{
+    const float wx = float(x) * float(halfWidth) + float(halfWidth);
+    const float wy = float(y) * float(halfHeight) + float(halfHeight);
+    return QPointF(std::round(double(wx) * 256.0) / 256.0, std::round(double(wy) * 256.0) / 256.0);
+}
+
+// The points from .. to - 1 lie in one pixel column: one point per pixel row, except that
+// points near a pixel edge are all drawn.
+void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0)
+{
+    const double x = (-1.0 + double(slot0 + (from - first)) * m.slot + m.ox) * m.sx;
+    const double px = (x + 1.0) * halfWidth;
+    if (!(px > -1.0 && px < double(columns) + 1.0)) {
+        addSlots(m, from, to, first, slot0); // off the viewport: extents only
+        return;
+    }
+    const long c = long(std::floor(px));
+    long litLow = rows + 1;
+    long litHigh = -2;
+    const double rowScale = m.sy * halfHeight;
+    const double rowOffset = (m.oy * m.sy + 1.0) * halfHeight;
+    // The first and last samples of a column lie nearest its edges.
+    auto safeX = [&](quint64 i) {
+        const double p = ((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx + 1.0) * halfWidth;
+        const double fx = p - std::floor(p);
+        return fx > EdgeMargin && fx < 1.0 - EdgeMargin;
+    };
+    quint64 innerFrom = from;
+    while (innerFrom < to && !safeX(innerFrom))
+        ++innerFrom;
+    quint64 innerTo = to;
+    while (innerTo > innerFrom && !safeX(innerTo - 1))
+        --innerTo;
+    addSlots(m, from, innerFrom, first, slot0);
+    double lo = mm[2];
+    double hi = mm[3];
+    forRange(innerFrom, innerTo, 1, [&](const double *p, quint64 n, quint64 i0) {
+        for (quint64 k = 0; k < n; ++k) {
+            const double val = p[k];
+            if (val == Gap)
+                continue;
+            lo = std::min(lo, val);
+            hi = std::max(hi, val);
+            const double py = val * rowScale + rowOffset;
+            if (!(py > -1.0 && py < double(rows) + 1.0))
+                continue;
+            const double r = std::floor(py);
+            const double fy = py - r;
+            if (fy > EdgeMargin && fy < 1.0 - EdgeMargin) {
+                const long row = long(r);
+                rowColumn[size_t(row + 1)] = c;
+                litLow = std::min(litLow, row);
+                litHigh = std::max(litHigh, row);
+                continue;
+            }
+            const quint64 i = i0 + k;
+            keep((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx, (val + m.oy) * m.sy);
+        }
+    });
+    mm[2] = lo;
+    mm[3] = hi;
+    // Each run of lit pixels in the column becomes one vertical segment through the pixel
+    // centres, from a quarter into its first pixel to a quarter into the pixel above its
+    // last: under the diamond-exit rule it lights exactly the run.
+    const double xc = (double(c) + 0.5) / halfWidth - 1.0;
+    for (long r = litLow; r <= litHigh;) {
+        if (rowColumn[size_t(r + 1)] != c) {
+            ++r;
+            continue;
+        }
+        long end = r + 1;
+        while (end <= litHigh && rowColumn[size_t(end + 1)] == c)
+            ++end;
+        runs.push_back(xc);
+        runs.push_back((double(r) + 0.25) / halfHeight - 1.0);
+        runs.push_back((double(end) + 0.25) / halfHeight - 1.0);
+        r = end;
+    }
+    addSlots(m, innerTo, to, first, slot0);
+}
+
+// Whether the segment a -> b (window pixels) lights the pixel centred at `centre` under the
+// diamond-exit rule: it must pass through the pixel's diamond (|dx| + |dy| < 1/2) and end
+// outside it. Within a sixty-fourth of a pixel of either limit the answer is Maybe.
+KivSeriesRenderer::Light KivSeriesRenderer::lights(const QPointF &a, const QPointF &b, const QPointF &centre)
+{
+    const double dx = b.x() - a.x();
+    const double dy = b.y() - a.y();
+    auto distance = [&](double t) {
+        return std::fabs(a.x() + t * dx - centre.x()) + std::fabs(a.y() + t * dy - centre.y());
+    };
+    // The distance is convex and piecewise linear in t: its least value is at an end or
+    // where the segment crosses the centre's row or column.
+    double least = std::min(distance(0.0), distance(1.0));
+    if (dx != 0.0) {
+        const double t = (centre.x() - a.x()) / dx;
+        if (t > 0.0 && t < 1.0)
+            least = std::min(least, distance(t));
+    }
+    if (dy != 0.0) {
+        const double t = (centre.y() - a.y()) / dy;
+        if (t > 0.0 && t < 1.0)
+            least = std::min(least, distance(t));
+    }
+    const double end = distance(1.0);
+    const double margin = 1.0 / 64.0;
+    if (least > 0.5 + margin || end < 0.5 - margin)
+        return Light::Never;
+    if (least < 0.5 - margin && end > 0.5 + margin)
+        return Light::Surely;
+    return Light::Maybe;
+}
+
+// The samples from .. to - 1 of a line lie in one pixel column. Without gaps the column is
+// reduced in two tight passes (extremes, then the samples to keep) to what add() keeps.
+void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0)
+{
+    double lo = HUGE_VAL;
+    double hi = -HUGE_VAL;
+    bool gap = false;
+    forRange(from, to, 1, [&](const double *p, quint64 n, quint64) {
+        // Two lanes: independent chains run side by side.
+        double lo2 = lo;
+        double hi2 = hi;
+        bool gap2 = false;
+        quint64 k = 0;
+        for (; k + 2 <= n; k += 2) {
+            const double a = p[k];
+            const double b = p[k + 1];
+            gap |= a == Gap;
+            gap2 |= b == Gap;
+            lo = a < lo ? a : lo;
+            lo2 = b < lo2 ? b : lo2;
+            hi = a > hi ? a : hi;
+            hi2 = b > hi2 ? b : hi2;
+        }
+        if (k < n) {
+            const double a = p[k];
+            gap |= a == Gap;
+            lo = a < lo ? a : lo;
+            hi = a > hi ? a : hi;
+        }
+        gap |= gap2;
+        lo = lo2 < lo ? lo2 : lo;
+        hi = hi2 > hi ? hi2 : hi;
+    });
+    if (gap || !(lo <= hi)) {
+        addSlots(m, from, to, first, slot0);
+        return;
+    }
+    flushColumn();
+    mm[2] = std::min(mm[2], lo);
+    mm[3] = std::max(mm[3], hi);
+
+    auto xOf = [&](quint64 i) { return (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx; };
+    auto rowOf = [&](double val) {
+        const double py = ((val + m.oy) * m.sy + 1.0) * halfHeight;
+        return py >= 0.0 ? (py < double(rows) ? long(py) : rows) : -1;
+    };
+    picks.clear();
+    auto pick = [&](quint64 i, double val) { picks.push_back(Kept{i, xOf(i), (val + m.oy) * m.sy}); };
+    const double *p = sampleAt(from, 1);
+    pick(from, *p);
+    pick(to - 1, *sampleAt(to - 1, 1));
+    // Samples near the column's edges, with their neighbours.
+    for (quint64 i = from; i < to; ++i) {
+        const double px = (xOf(i) + 1.0) * halfWidth;
+        const double fx = px - std::floor(px);
+        if (fx >= LineEdgeMargin)
+            break;
+        for (quint64 k = i > from ? i - 1 : i; k <= i + 1 && k < to; ++k)
+            pick(k, *sampleAt(k, 1));
+    }
+    for (quint64 i = to; i-- > from;) {
+        const double px = (xOf(i) + 1.0) * halfWidth;
+        const double fx = px - std::floor(px);
+        if (fx <= 1.0 - LineEdgeMargin)
+            break;
+        for (quint64 k = i > from ? i - 1 : i; k <= i + 1 && k < to; ++k)
+            pick(k, *sampleAt(k, 1));
+    }
+    // The top and bottom pixel rows. Inside the viewport, the segments within the column
+    // that touch such a row are judged (see lights()): one that surely lights the row's
+    // pixel is kept, or, when none can, one sample of the row with its neighbours; every
+    // other kept segment touching the row must then leave the pixel dark too. Where that
+    // cannot be decided, all samples of the row are kept with their neighbours. Beyond the
+    // viewport only the first extreme sample counts.
+    const double px0 = (xOf(from) + 1.0) * halfWidth;
+    const long column = px0 >= 0.0 ? (px0 < double(columns) ? long(px0) : columns) : -1;
+    const long topRow = rowOf(hi);
+    const long bottomRow = rowOf(lo);
+    const double rowSpan = 1.0 / (halfHeight * m.sy);
+    const double topFrom = topRow < rows ? (double(topRow) / halfHeight - 1.0) / m.sy - m.oy - 0.01 * rowSpan : hi;
+    const double bottomTo = bottomRow >= 0 ? (double(bottomRow + 1) / halfHeight - 1.0) / m.sy - m.oy + 0.01 * rowSpan : lo;
+    const bool visibleColumn = column >= 0 && column < columns;
+    RowJudgement top{topRow, visibleColumn && topRow < rows};
+    RowJudgement bottom{bottomRow, visibleColumn && bottomRow >= 0};
+    auto inTop = [&](double val) { return val >= topFrom && rowOf(val) == topRow; };
+    auto inBottom = [&](double val) { return val <= bottomTo && rowOf(val) == bottomRow; };
+    auto pointOf = [&](quint64 i, double val) { return windowPoint(xOf(i), (val + m.oy) * m.sy); };
+    auto judge = [&](RowJudgement &row, quint64 i, double a, double b) {
+        if (!row.inside) {
+            if (!row.sure) {
+                row.sure = row.any = true;
+                row.witness = i;
+            }
+            return;
+        }
+        const QPointF centre(double(column) + 0.5, double(row.row) + 0.5);
+        const QPointF pa = pointOf(i - 1, a);
+        const QPointF pb = pointOf(i, b);
+        const Light l = lights(pa, pb, centre);
+        if (l == Light::Surely && !row.sure) {
+            row.sure = row.any = true;
+            row.witness = i;
+        }
+        if (l == Light::Maybe) {
+            if (row.doubts < RowJudgement::MaxDoubts)
+                row.doubtful[row.doubts] = i;
+            ++row.doubts;
+        }
+        // The stand-in for a dark pixel must lie well inside the column, where the rows
+        // below it are lit the same way as by the full line.
+        auto inner = [&](const QPointF &w) { return std::fabs(w.x() - centre.x()) < 0.5 - LineEdgeMargin; };
+        if (!row.any && inner(pa) && inner(pb)) {
+            row.any = true;
+            row.witness = i;
+        }
+    };
+    // Each segment with an end in a row is judged once: from its left end when that is in
+    // the row, else from its right end.
+    double before = 0.0;
+    bool beforeTop = false;
+    bool beforeBottom = false;
+    forRange(from, to, 1, [&](const double *q, quint64 n, quint64 i0) {
+        for (quint64 k = 0; k < n; ++k) {
+            const double val = q[k];
+            if (!(val >= topFrom || val <= bottomTo)) {
+                before = val;
+                beforeTop = beforeBottom = false;
+                continue;
+            }
+            const quint64 i = i0 + k;
+            const bool isTop = inTop(val);
+            const bool isBottom = inBottom(val);
+            const bool hasNext = i + 1 < to;
+            const double next = !hasNext ? 0.0 : k + 1 < n ? q[k + 1] : *sampleAt(i + 1, 1);
+            for (RowJudgement *row : {&top, &bottom}) {
+                const bool in = row == &top ? isTop : isBottom;
+                if (!in)
+                    continue;
+                if (i > from && !(row == &top ? beforeTop : beforeBottom))
+                    judge(*row, i, before, val);
+                if (hasNext)
+                    judge(*row, i + 1, val, next);
+            }
+            before = val;
+            beforeTop = isTop;
+            beforeBottom = isBottom;
+        }
+    });
+    // The first and last sample with their inner neighbours; the segment judged for a row
+    // (ending at its witness) with the samples either side.
+    for (quint64 i : {from + 1, to - 2}) {
+        if (i > from && i + 1 < to)
+            pick(i, *sampleAt(i, 1));
+    }
+    auto pickAround = [&](quint64 end) {
+        const quint64 last = std::min(to - 1, end + 1);
+        for (quint64 k = std::max(from, end >= 2 ? end - 2 : 0); k <= last; ++k)
+            pick(k, *sampleAt(k, 1));
+    };
+    for (const RowJudgement *row : {&top, &bottom}) {
+        if (row->witness > from)
+            pickAround(row->witness);
+        // Segments that may light the pixel are drawn as they are, so that it ends up as the
+        // full line leaves it.
+        if (!row->sure) {
+            for (int d = 0; d < std::min(row->doubts, RowJudgement::MaxDoubts); ++d)
+                pickAround(row->doubtful[d]);
+        }
+    }
+    std::sort(picks.begin(), picks.end(), [](const Kept &a, const Kept &b) { return a.i < b.i; });
+    // A connecting segment may not light a pixel that the full line leaves dark.
+    bool exact = (top.sure || top.doubts <= RowJudgement::MaxDoubts)
+                 && (bottom.sure || bottom.doubts <= RowJudgement::MaxDoubts);
+    for (size_t k = 1; exact && k < picks.size(); ++k) {
+        const Kept &a = picks[k - 1];
+        const Kept &b = picks[k];
+        if (b.i <= a.i + 1)
+            continue;
+        // Only a segment with an end in the row can reach it.
+        const long rowA = rowOf(a.y / m.sy - m.oy);
+        const long rowB = rowOf(b.y / m.sy - m.oy);
+        for (const RowJudgement *row : {&top, &bottom}) {
+            if (!row->inside || row->sure || (std::abs(rowA - row->row) > 1 && std::abs(rowB - row->row) > 1))
+                continue;
+            const QPointF centre(double(column) + 0.5, double(row->row) + 0.5);
+            if (lights(windowPoint(a.x, a.y), windowPoint(b.x, b.y), centre) != Light::Never)
+                exact = false;
+        }
+    }
+    if (!exact) {
+        // Every sample of the two rows with its neighbours.
+        size_t left = MaxRowSamples;
+        bool needNext = false;
+        forRange(from, to, 1, [&](const double *q, quint64 n, quint64 i0) {
+            for (quint64 k = 0; k < n; ++k) {
+                const double val = q[k];
+                const quint64 i = i0 + k;
+                if (needNext) {
+                    pick(i, val);
+                    needNext = false;
+                }
+                if (left > 0 && (inTop(val) || inBottom(val))) {
+                    --left;
+                    if (i > from)
+                        pick(i - 1, before);
+                    pick(i, val);
+                    needNext = true;
+                }
+                before = val;
+            }
+        });
+    }
+    std::sort(picks.begin(), picks.end(), [](const Kept &a, const Kept &b) { return a.i < b.i; });
+    quint64 previousIndex = ~quint64(0);
+    for (const Kept &k : picks) {
+        if (k.i != previousIndex)
+            keep(k.x, k.y);
+        previousIndex = k.i;
+    }
+    previous = picks.back();
+}
+
+// Reduces a 2-value series. A line whose x goes back anywhere cannot be reduced by columns:
+// returns false (having drawn nothing) so that every sample is drawn instead.
+bool KivSeriesRenderer::reduceXY(const Mapping &m)
+{
+    const bool line = reduction == Reduction::Line;
+    double previousX = -HUGE_VAL;
+    bool monotonic = true;
+    forRange(0, v->count, 2, [&](const double *p, quint64 n, quint64 i0) {
+        for (quint64 k = 0; k < n && monotonic; ++k, p += 2) {
+            if (p[0] == Gap || p[1] == Gap) {
+                if (breakAtGaps)
+                    breakStrip();
+                continue;
+            }
+            if (line) {
+                if (!(p[0] >= previousX)) {
+                    monotonic = false;
+                    break;
+                }
+                previousX = p[0];
+            }
+            for (int r = 0; r < 2; ++r) {
+                mm[2 * r] = std::min(mm[2 * r], p[r]);
+                mm[2 * r + 1] = std::max(mm[2 * r + 1], p[r]);
+            }
+            add(i0 + k, (p[0] + m.ox) * m.sx, (p[1] + m.oy) * m.sy);
+        }
+    });
+    flushColumn();
+    return monotonic;
+}
+
+// The current value of a reduced series, taken from the store directly.
+void KivSeriesRenderer::findCurrent(const Mapping &m, int dims)
+{
+    const long current = v->scopeOffset;
+    if (current < 0 || quint64(current) >= v->count)
+        return;
+    quint64 i = quint64(current);
+    auto isGap = [dims](const double *p) { return p[0] == Gap || (dims > 1 && p[1] == Gap); };
+    const double *p = sampleAt(i, dims);
+    if (isGap(p)) {
+        // A joined gap shows the last drawn sample before it.
+        if (!join)
+            return;
+        do {
+            if (i == 0)
+                return;
+            p = sampleAt(--i, dims);
+        } while (isGap(p));
+    }
+    if (dims == 1)
+        out->currentPosition = QPointF((-1.0 + double(i) * m.slot + m.ox) * m.sx, (p[0] + m.oy) * m.sy);
+    else
+        out->currentPosition = QPointF((p[0] + m.ox) * m.sx, (p[1] + m.oy) * m.sy);
+    setCurrentText(p, dims);
+    out->hasCurrent = true;
+}
+
+void KivSeriesRenderer::startReduction(int width, int height)
+{
+    switch (v->style & KivDataStyleShapeMask) {
+    case KivDataStylePoints: reduction = Reduction::Points; break;
+    case KivDataStyleBar: reduction = Reduction::Bars; break;
+    default: reduction = Reduction::Line; break;
+    }
+    halfWidth = 0.5 * width;
+    halfHeight = 0.5 * height;
+    columns = width;
+    rows = height;
+    kept.clear();
+    runs.clear();
+    stripStarts.assign(1, 0);
+    columnOpen = false;
+    previous = Kept{};
+    if (reduction == Reduction::Points)
+        rowColumn.assign(size_t(rows) + 2, LONG_MIN);
+}
+
+// Offers one drawn sample (device coordinates) to the reduction.
+void KivSeriesRenderer::add(quint64 i, double x, double y)
+{
+    const double px = (x + 1.0) * halfWidth;
+    switch (reduction) {
+    case Reduction::Line: {
+        // Everything left or right of the viewport shares one column: only the samples
+        // next to the visible ones matter there.
+        const long c = px >= 0.0 ? (px < double(columns) ? long(px) : columns) : -1;
+        const Kept s{i, x, y};
+        if (needAfterTop && top.size() < MaxRowSamples)
+            top.push_back(s);
+        if (needAfterBottom && bottom.size() < MaxRowSamples)
+            bottom.push_back(s);
+        if (needAfterEdge)
+            edges.push_back(s);
+        needAfterTop = needAfterBottom = needAfterEdge = false;
+        // Rows above and below the viewport each count as one.
+        const double py = (y + 1.0) * halfHeight;
+        const long r = py >= 0.0 ? (py < double(rows) ? long(py) : rows) : -1;
+        if (!columnOpen || c != column) {
+            flushColumn();
+            column = c;
+            columnOpen = true;
+            first = last = s;
+            topRow = bottomRow = r;
+            top.clear();
+            bottom.clear();
+            edges.clear();
+            keepAround(top, s, needAfterTop);
+            keepAround(bottom, s, needAfterBottom);
+        } else {
+            // Beyond the viewport only the first sample to get there matters.
+            if (r > topRow) {
+                topRow = r;
+                top.clear();
+                keepAround(top, s, needAfterTop);
+            } else if (r == topRow && r < rows) {
+                keepAround(top, s, needAfterTop);
+            }
+            if (r < bottomRow) {
+                bottomRow = r;
+                bottom.clear();
+                keepAround(bottom, s, needAfterBottom);
+            } else if (r == bottomRow && r >= 0) {
+                keepAround(bottom, s, needAfterBottom);
+            }
+            last = s;
+        }
+        const double fx = px - std::floor(px);
+        if (fx < LineEdgeMargin || fx > 1.0 - LineEdgeMargin) {
+            edges.push_back(previous);
+            edges.push_back(s);
+            needAfterEdge = true;
+        }
+        previous = s;
+        return;
+    }
+    case Reduction::Points: {
+        // One point per pixel; a point lights the pixel it lies in.
+        const double py = (y + 1.0) * halfHeight;
+        if (!(px > -1.0 && px < double(columns) + 1.0 && py > -1.0 && py < double(rows) + 1.0))
+            return;
+        const double c = std::floor(px);
+        const double r = std::floor(py);
+        const double fx = px - c;
+        const double fy = py - r;
+        if (fx > EdgeMargin && fx < 1.0 - EdgeMargin && fy > EdgeMargin && fy < 1.0 - EdgeMargin) {
+            long &lit = rowColumn[size_t(long(r) + 1)];
+            if (lit == long(c))
+                return;
+            lit = long(c);
+        }
+        keep(x, y);
+        return;
+    }
+    case Reduction::Bars: {
+        // A bar narrower than a pixel lights only the pixel centres it covers, and no two
+        // bars of a time series overlap: keep the bars that cover a column's centre.
+        const double right = (x + barWidth + 1.0) * halfWidth;
+        const double lo = std::ceil(px - EdgeMargin - 0.5);
+        const double hi = std::floor(right + EdgeMargin - 0.5);
+        if (lo <= hi && hi >= 0.0 && lo < double(columns))
+            keep(x, y);
+        return;
+    }
+    }
+}
+
+void KivSeriesRenderer::keep(double x, double y)
+{
+    kept.push_back(x);
+    kept.push_back(y);
+}
+
+void KivSeriesRenderer::keepAround(std::vector<Kept> &row, const Kept &s, bool &needNext)
+{
+    if (row.size() + 2 > MaxRowSamples)
+        return;
+    row.push_back(previous);
+    row.push_back(s);
+    needNext = true;
+}
+
+// Emits the kept samples of a line column in their order.
+void KivSeriesRenderer::flushColumn()
+{
+    if (!columnOpen)
+        return;
+    columnOpen = false;
+    needAfterTop = needAfterBottom = needAfterEdge = false;
+    picks.clear();
+    picks.push_back(first);
+    picks.push_back(last);
+    // Neighbours from other columns are drawn there already.
+    for (const std::vector<Kept> *row : {&top, &bottom, &edges}) {
+        for (const Kept &k : *row) {
+            if (k.i >= first.i && k.i <= last.i)
+                picks.push_back(k);
+        }
+    }
+    std::sort(picks.begin(), picks.end(), [](const Kept &a, const Kept &b) { return a.i < b.i; });
+    quint64 previousIndex = ~quint64(0);
+    for (const Kept &k : picks) {
+        if (k.i != previousIndex)
+            keep(k.x, k.y);
+        previousIndex = k.i;
+    }
+}
+
+void KivSeriesRenderer::breakStrip()
+{
+    flushColumn();
+    const size_t at = kept.size() / 2;
+    if (stripStarts.back() != at)
+        stripStarts.push_back(at);
+}
+
+void KivSeriesRenderer::emitReduced(const Mapping &m)
+{
+    flushColumn();
+    const size_t n = kept.size() / 2;
+    const double *p = kept.data();
+    switch (reduction) {
+    case Reduction::Line:
+        stripStarts.push_back(n);
+        for (size_t s = 0; s + 1 < stripStarts.size(); ++s) {
+            const size_t a = stripStarts[s];
+            const size_t b = stripStarts[s + 1];
+            if (b - a < 2)
+                continue; // a single vertex draws nothing
+            beginPrimitive(GL_LINE_STRIP);
+            for (size_t k = a; k < b; ++k)
+                glVertex2d(p[2 * k], p[2 * k + 1]);
+            glEnd();
+        }
+        break;
+    case Reduction::Points:
+        if (n > 0) {
+            beginPrimitive(GL_POINTS);
+            for (size_t k = 0; k < n; ++k)
+                glVertex2d(p[2 * k], p[2 * k + 1]);
+            glEnd();
+        }
+        if (!runs.empty()) {
+            beginPrimitive(GL_LINES);
+            for (size_t k = 0; k + 2 < runs.size(); k += 3) {
+                glVertex2d(runs[k], runs[k + 1]);
+                glVertex2d(runs[k], runs[k + 2]);
+            }
+            glEnd();
+        }
+        break;
+    case Reduction::Bars: {
+        if (n == 0)
+            break;
+        const double base = m.oy * m.sy;
+        beginPrimitive(GL_QUADS);
+        for (size_t k = 0; k < n; ++k) {
+            const double x = p[2 * k];
+            const double y = p[2 * k + 1];
+            glVertex2d(x, base);
+            glVertex2d(x, y);
+            glVertex2d(x + barWidth, y);
+            glVertex2d(x + barWidth, base);
+        }
+        glEnd();
+        break;
+    }
+    }
+}

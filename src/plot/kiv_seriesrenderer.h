@@ -1,0 +1,160 @@
+#ifndef KIV_SERIESRENDERER_H
+#define KIV_SERIESRENDERER_H
+
+// Internal: not exported, not installed.
+
+#include "kiv_sampleblock.h"
+#include "velo_matrix.h"
+
+#include <QColor>
+#include <QPointF>
+#include <QString>
+
+#include <string>
+#include <vector>
+
+// Read-only view of a series' drawn samples and of the state their drawing depends on.
+struct KivSeriesView
+{
+    const KivSampleBlock *head = nullptr;
+    quint64 count = 0;
+    unsigned long style = 0;
+    quint64 maxItemCount = 0;
+    long scopeOffset = 0;
+    bool visible = true;
+    QColor color;
+    double aspect = 1.0;
+    double pixelRatio = 1.0; // device pixels per graph pixel: line width and point size
+    const std::string *oneValueFormat = nullptr;
+    const std::string *twoValueFormat = nullptr;
+};
+
+// What a drawing records: the extents of the drawn samples (x, y, z rows of minimum and
+// maximum) and the current value's drawn position and text.
+struct KivSeriesDrawing
+{
+    double extents[6] = {0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
+    QPointF currentPosition;
+    QString currentText;
+    bool hasCurrent = false; // the current value was drawn (or stands in for a joined gap)
+};
+
+/*!
+ * \brief Draws one series into the current GL context (fixed-function pipeline).
+ *
+ * With decimation on, a line, point or bar series holding more than about four samples per
+ * pixel column is reduced to what can change pixels. A line keeps per column its first and
+ * last sample, the samples near the column's edges, and for its top and bottom pixel row the
+ * segments that decide that pixel (judged by the diamond-exit rule), all with their
+ * neighbours: every row between is crossed anyway. Points become one vertical segment per run
+ * of lit pixels, bars the ones that cover a pixel centre. Only the visible part of a time
+ * series is visited for drawing. Smaller series, markers, 3-value and non-monotonic 2-value
+ * lines are drawn sample by sample. Extents and the current value are the same either way.
+ */
+class KivSeriesRenderer
+{
+public:
+    enum class Marker { Vertex, Cross, Triangle };
+    static Marker markerOf(unsigned long style);
+    // The vertices of marker `m` at (x, y); `aspect` keeps crosses and triangles square.
+    static void emitShape(Marker m, double aspect, double x, double y);
+
+    // Draws `view` within `box` (rows x, y, z; columns min, max) onto a viewport of
+    // `width` x `height` pixels.
+    void draw(const KivSeriesView &view, const velo::MatrixF<3, 2> &box, int width, int height, bool decimate,
+              KivSeriesDrawing &out);
+
+private:
+    // Axis mapping of one drawing: drawn = (value + o) * s.
+    struct Mapping
+    {
+        double sx, ox, sy, oy, sz, oz;
+        double slot; // 1-value layout: slot width in data units of the -1 .. 1 window
+    };
+    // Run of stored samples: `n` samples from `p`, the first being sample `first`.
+    struct Span
+    {
+        const double *p;
+        quint64 n;
+        quint64 first;
+    };
+    // A sample kept by the line reduction, with its place in the series for ordering.
+    struct Kept
+    {
+        quint64 i;
+        double x, y;
+    };
+    enum class Reduction { Line, Points, Bars };
+    enum class Light { Never, Maybe, Surely };
+    static Light lights(const QPointF &a, const QPointF &b, const QPointF &centre);
+    QPointF windowPoint(double x, double y) const;
+    // What the segments within a line column do to the pixel of its top or bottom row.
+    struct RowJudgement
+    {
+        long row;
+        bool inside;          // the row is within the viewport
+        bool sure = false;    // some segment surely lights the pixel; witness is its end
+        static constexpr int MaxDoubts = 4;
+        int doubts = 0;       // segments that may light it; the first ones end at doubtful[]
+        quint64 doubtful[MaxDoubts] = {};
+        bool any = false;     // some segment touches the row; witness is the first one's end
+        quint64 witness = 0;
+    };
+
+    template<int D>
+    void drawSeries(const Mapping &m);
+    void drawScope(const Mapping &m, quint64 slotCount);
+    void drawCursorLine(double x);
+    void drawCursorMark(const Mapping &m, quint64 slotCount, int dims);
+    unsigned primitive(int dims) const;
+    void beginPrimitive(unsigned primitive) const;
+    void setCurrentText(const double *p, int dims);
+
+    bool reducible(int dims, int width) const;
+    void buildSpans(int dims);
+    const double *sampleAt(quint64 i, int dims) const;
+    template<class F>
+    void forRange(quint64 first, quint64 end, int dims, F &&f) const;
+    void widenY(quint64 first, quint64 end);
+    void reduceSlots(const Mapping &m, quint64 first, quint64 end, quint64 slot0);
+    void addSlots(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
+    void reduceLineColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
+    void reducePointColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
+    bool reduceXY(const Mapping &m);
+    void findCurrent(const Mapping &m, int dims);
+    void startReduction(int width, int height);
+    void add(quint64 i, double x, double y);
+    void breakStrip();
+    void flushColumn();
+    void keep(double x, double y);
+    void emitReduced(const Mapping &m);
+
+    const KivSeriesView *v = nullptr;
+    KivSeriesDrawing *out = nullptr;
+    double *mm = nullptr;
+    bool join = false;
+    bool breakAtGaps = true;
+    double barWidth = 0.0;
+
+    // Reduction state; the vectors keep their capacity from frame to frame.
+    Reduction reduction = Reduction::Line;
+    std::vector<Span> spans;
+    std::vector<double> kept;         // x, y of the samples to draw
+    std::vector<size_t> stripStarts;  // indices into kept (in vertices) where a new strip begins
+    std::vector<long> rowColumn;      // points: per pixel row, the column last lit there
+    std::vector<double> runs;         // points: x, y from, y to of runs of lit pixels
+    double halfWidth = 0.0, halfHeight = 0.0;
+    long columns = 0, rows = 0;
+    bool columnOpen = false;
+    long column = 0;
+    // Sample by sample (2-value lines, and columns holding gaps) a line column keeps its
+    // first and last sample and the samples of its top and bottom pixel row (up to a bound)
+    // and those near its edges, each with the samples either side.
+    void keepAround(std::vector<Kept> &row, const Kept &s, bool &needNext);
+    Kept first{}, last{}, previous{};
+    long topRow = 0, bottomRow = 0;
+    std::vector<Kept> top, bottom, edges, picks;
+    bool needAfterTop = false, needAfterBottom = false, needAfterEdge = false;
+};
+
+#endif // KIV_SERIESRENDERER_H
