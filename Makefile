@@ -1,9 +1,10 @@
 # The two commands of the README: `make demo` and `make test`. Both install what is missing first.
 BUILD ?= build
 JOBS ?= $(shell nproc)
+FUZZ_SECONDS ?= 60
 CMAKE_ARGS ?=
 
-.PHONY: deps configure build test demo ecg docs clean tsan asan
+.PHONY: deps configure build test demo ecg docs clean tsan asan fuzz
 
 deps:
 	bash scripts/install-deps
@@ -36,3 +37,10 @@ tsan asan: deps
 	cmake -S . -B build-$@ -DKIV_SANITIZE=$(subst tsan,thread,$(subst asan,address,$@)) -DKIV_BUILD_BENCH=OFF -DKIV_BUILD_EXAMPLES=OFF
 	cmake --build build-$@ -j $(JOBS)
 	cd build-$@ && xvfb-run -a -s "-screen 0 1280x1024x24" ctest --output-on-failure -j $(JOBS) $(CTEST_ARGS)
+
+# libFuzzer runs of the readers of untrusted input (clang), FUZZ_SECONDS per target:
+# `make fuzz`, or `make fuzz FUZZ_SECONDS=600` for a longer search.
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DKIV_FUZZ=ON -DKIV_BUILD_BENCH=OFF -DKIV_BUILD_EXAMPLES=OFF
+	cmake --build build-fuzz -j $(JOBS) --target make_fuzz_seeds fuzz_velotext fuzz_velobinary fuzz_valueformat fuzz_streamdecoders
+	bash scripts/run-fuzz build-fuzz $(FUZZ_SECONDS)

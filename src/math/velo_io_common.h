@@ -15,6 +15,13 @@ namespace io {
 // double back) to out, or only counts it when out is null; returns the length.
 int formatExact(char* out, double value);
 
+// Whether a row, column or element count can be written as text and read back: the text
+// format's counts are non-negative ints. Readers of every format refuse larger ones.
+inline bool isTextCount(VoSize count)
+{
+    return count <= 0x7fffffffu;
+}
+
 // Parses "%d<sep>" at text + pos with scanf's rules for %d; false on failure or a
 // negative count. pos moves past the separator.
 bool readCount(const char* text, size_t& pos, char separator, VoSize& count);

@@ -4,6 +4,7 @@
 
 #include "velo_io_common.h"
 
+#include <cinttypes>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -20,11 +21,24 @@ const char Side = '\xB3';
 const char BottomLeft = '\xC0';
 const char BottomRight = '\xD9';
 
+// Readers reshape by the rules of assignment: fixed-size and borrowed storage keep their
+// shape, and the object is left as it was.
+void reshapeForReading(Matrix& m, VoSize rows, VoSize cols)
+{
+    if (rows == m.rows && cols == m.cols)
+        return;
+    if (m.data && !(m.flags & VO_DATA_MANAGED))
+        throw VoException(VO_RESULT_EXCEPTION, "void velo::Matrix::changeSize(VoSize, VoSize)",
+                          "resizing of this object is not allowed");
+    if (VoMatrix_assign(&m, rows, cols, cols, nullptr, 0) != VO_RESULT_OK)
+        throw std::bad_alloc();
+}
+
 } // namespace
 
 int Matrix::display(char* buf) const
 {
-    int n = std::sprintf(buf, "Matrix %d,%d:\n", static_cast<int>(rows), static_cast<int>(cols));
+    int n = std::sprintf(buf, "Matrix %" PRIu64 ",%" PRIu64 ":\n", rows, cols);
     const char* rowFormat = rows <= 10 ? "%.1d " : rows <= 100 ? "%.2d " : "%.3d ";
     for (VoSize r = 0; r < rows; ++r) {
         char open = Side, close = Side;
@@ -52,8 +66,8 @@ VoSize Matrix::writeToString(char* buf) const
 {
     char scratch[256];
     VoSize total = static_cast<VoSize>(
-        std::snprintf(buf ? buf : scratch, sizeof scratch, "%d,%d: ", static_cast<int>(rows), static_cast<int>(cols)));
-    for (VoSize r = 0; r < rows; ++r) {
+        std::snprintf(buf ? buf : scratch, sizeof scratch, "%" PRIu64 ",%" PRIu64 ": ", rows, cols));
+    for (VoSize r = 0; cols > 0 && r < rows; ++r) {
         const double* p = data + r * stride;
         for (VoSize c = 0; c < cols; ++c)
             total += static_cast<VoSize>(io::formatExact(buf ? buf + total : nullptr, p[c]));
@@ -74,9 +88,8 @@ VoSize Matrix::readFromString(const char* text)
         return 0;
     if (!io::mayHoldValues(text, pos, newRows * newCols))
         return 0;
-    if (VoMatrix_assign(this, newRows, newCols, newCols, nullptr, 0) != VO_RESULT_OK)
-        throw std::bad_alloc();
-    for (VoSize r = 0; r < rows; ++r) {
+    reshapeForReading(*this, newRows, newCols);
+    for (VoSize r = 0; cols > 0 && r < rows; ++r) {
         double* p = data + r * stride;
         for (VoSize c = 0; c < cols; ++c)
             if (!io::readValue(text, pos, p[c]))
@@ -97,7 +110,8 @@ VoSize Matrix::serialize(char* buf) const
         return bytes;
     const uint32_t counts[2] = {static_cast<uint32_t>(rows), static_cast<uint32_t>(cols)};
     std::memcpy(buf, counts, sizeof counts);
-    for (VoSize r = 0; r < rows; ++r)
+    // Without columns there is nothing to copy, and possibly no storage at all.
+    for (VoSize r = 0; cols > 0 && r < rows; ++r)
         std::memcpy(buf + 8 + r * cols * sizeof(double), data + r * stride, cols * sizeof(double));
     return bytes;
 }
@@ -106,14 +120,15 @@ VoSize Matrix::deserialize(const char* buf)
 {
     uint32_t counts[2];
     std::memcpy(counts, buf, sizeof counts);
-    if (VoMatrix_assign(this, counts[0], counts[1], counts[1], nullptr, 0) != VO_RESULT_OK)
-        throw std::bad_alloc();
+    if (!io::isTextCount(counts[0]) || !io::isTextCount(counts[1]))
+        return 0;
+    reshapeForReading(*this, counts[0], counts[1]);
     const VoSize valueBytes = rows * cols * sizeof(double);
     if (stride == cols) {
         if (valueBytes)
             std::memcpy(data, buf + 8, valueBytes);
     } else {
-        for (VoSize r = 0; r < rows; ++r)
+        for (VoSize r = 0; cols > 0 && r < rows; ++r)
             std::memcpy(data + r * stride, buf + 8 + r * cols * sizeof(double), cols * sizeof(double));
     }
     return 8 + valueBytes;

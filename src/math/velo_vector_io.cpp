@@ -4,6 +4,7 @@
 
 #include "velo_io_common.h"
 
+#include <cinttypes>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -11,9 +12,26 @@
 
 namespace velo {
 
+namespace {
+
+// Readers resize by the rules of assignment: fixed-size and borrowed storage keep their
+// size, and the object is left as it was.
+void resizeForReading(Vector& v, VoSize size)
+{
+    if (size == v.size)
+        return;
+    if (v.data && !(v.flags & VO_DATA_MANAGED))
+        throw VoException(VO_RESULT_EXCEPTION, "void velo::Vector::changeSize(VoSize)",
+                          "Resizing of this object is not allowed");
+    if (VoVector_assign(&v, size, nullptr) != VO_RESULT_OK)
+        throw std::bad_alloc();
+}
+
+} // namespace
+
 int Vector::display(char* buf) const
 {
-    int n = std::sprintf(buf, "Vector %d: [ ", static_cast<int>(size));
+    int n = std::sprintf(buf, "Vector %" PRIu64 ": [ ", size);
     for (VoSize i = 0; i < size; ++i)
         n += std::sprintf(buf + n, "%.7g ", data[i]);
     n += std::sprintf(buf + n, "]\n");
@@ -23,7 +41,7 @@ int Vector::display(char* buf) const
 VoSize Vector::writeToString(char* buf) const
 {
     char scratch[256];
-    VoSize total = static_cast<VoSize>(std::snprintf(buf ? buf : scratch, sizeof scratch, "%d: ", static_cast<int>(size)));
+    VoSize total = static_cast<VoSize>(std::snprintf(buf ? buf : scratch, sizeof scratch, "%" PRIu64 ": ", size));
     for (VoSize i = 0; i < size; ++i)
         total += static_cast<VoSize>(io::formatExact(buf ? buf + total : nullptr, data[i]));
     return total;
@@ -40,8 +58,7 @@ VoSize Vector::readFromString(const char* text)
     VoSize newSize = 0;
     if (!io::readCount(text, pos, ':', newSize) || !io::mayHoldValues(text, pos, newSize))
         return 0;
-    if (VoVector_assign(this, newSize, nullptr) != VO_RESULT_OK)
-        throw std::bad_alloc();
+    resizeForReading(*this, newSize);
     for (VoSize i = 0; i < size; ++i)
         if (!io::readValue(text, pos, data[i]))
             return 0;
@@ -69,8 +86,9 @@ VoSize Vector::deserialize(const char* buf)
 {
     uint32_t count;
     std::memcpy(&count, buf, sizeof count);
-    if (VoVector_assign(this, count, nullptr) != VO_RESULT_OK)
-        throw std::bad_alloc();
+    if (!io::isTextCount(count))
+        return 0;
+    resizeForReading(*this, count);
     if (size)
         std::memcpy(data, buf + 4, size * sizeof(double));
     return 4 + 8 * size;

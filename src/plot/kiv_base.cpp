@@ -17,6 +17,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <climits>
 
 class KivWidgetPrivate
 {
@@ -415,6 +416,9 @@ void KivWidget::setLabelFormat(int row, int col, unsigned long set, const QStrin
 
 void KivWidget::setDataLabel(int row, int col, unsigned long set, unsigned long slot, const QString& label)
 {
+    // A slot beyond int is out of range, not a smaller slot.
+    if (slot > static_cast<unsigned long>(INT_MAX))
+        return;
     if (KivDataSet* ds = getDataSet(getGraph(row, col), set))
         ds->setDataLabel(int(slot), label);
 }
@@ -451,7 +455,7 @@ void KivWidget::setAxisStyle(KivGraphWidget* graph, char axis, QFlags<KivAxisSty
 
 void KivWidget::setAxisUnits(KivGraphWidget* graph, char axis, unsigned long units)
 {
-    if (graph)
+    if (graph && units <= static_cast<unsigned long>(INT_MAX))
         graph->setAxisUnits(axis, int(units));
 }
 

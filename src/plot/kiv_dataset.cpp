@@ -1,8 +1,9 @@
 #include "kiv_dataset.h"
-#include "kiv_updaterelay.h"
 
 #include "kiv_sampleblock.h"
 #include "kiv_seriesrenderer.h"
+#include "kiv_updaterelay.h"
+#include "kiv_valueformat_p.h"
 #include "kivfeedlink_p.h"
 #include "velo_math_base.h"
 
@@ -14,7 +15,10 @@
 #include <atomic>
 #include <cfloat>
 #include <cstring>
+#include <mutex>
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -113,6 +117,10 @@ public:
     // Producers take its read side through a velo::SerialReader, which also serialises
     // them on the incoming queue they share.
     velo::ReadWriteMutex lock;
+    // Taken under the read lock while flush() moves samples into the drawn queue (which may
+    // happen on a producer's thread through freeze()) and by readers of that queue and of
+    // the time outside display().
+    std::mutex displayMutex;
     // The graph's relay for repaint requests; null while the series is on its own.
     std::atomic<KivUpdateRelay *> relay{nullptr};
     // Receivers of needUpdate(): emitting to none still costs a walk through Qt's
@@ -122,7 +130,8 @@ public:
     double pixelRatio = 1.0;
     QColor color;
     quint64 maxItemCount = 0;
-    long scopeOffset = 0;
+    // Set by the pointer on the GUI thread, moved by flush() and clear() on any thread.
+    std::atomic<long> scopeOffset{0};
     unsigned long style = 0;
     double time = 0.0;
     double interval = 1.0;
@@ -495,7 +504,7 @@ void KivDataSet::setData(unsigned long index, double value)
         }
         if (!b)
             return;
-        b->values[b->start + i] = value;
+        b->values[b->start + i] = finiteOrGap(value);
     }
     announceUpdate();
 }
@@ -557,6 +566,7 @@ void KivDataSet::flush(velo::LockReadWrite &guard)
     if (frozen)
         return;
 
+    std::lock_guard<std::mutex> moving(d->displayMutex);
     SampleQueue &src = d->incoming[d->readIndex];
     // The scope cursor moves for every sample, also for those the bound dropped early.
     if (src.dropped > 0 && d->maxItemCount > 0 && (d->style & KivDataStyleScope)) {
@@ -668,11 +678,11 @@ unsigned long KivDataSet::getDisplayItemCount() const
     return d->cappedCount(d->displayQueue.size());
 }
 
-void KivDataSet::getData(unsigned long i, double &v, bool display, unsigned long dims) const
+namespace {
+
+// Double `i` of queue `q`, counting `dims` doubles per sample; `v` stays when out of range.
+void readDouble(const SampleQueue &q, unsigned long i, double &v, unsigned long dims)
 {
-    if (dims == 0)
-        return;
-    const SampleQueue &q = display ? d->displayQueue : d->incoming[d->writeIndex];
     for (const SampleBlock *b = q.head; b; b = b->next) {
         const quint64 n = (b->fill - b->start) * dims;
         if (i < n) {
@@ -683,17 +693,58 @@ void KivDataSet::getData(unsigned long i, double &v, bool display, unsigned long
     }
 }
 
+// What a reader of the drawn or the filling queue holds against clear(), flush() and the
+// producers.
+class QueueReader
+{
+public:
+    QueueReader(KivDataSetPrivate &d, bool display)
+    {
+        if (display) {
+            reader.emplace(d.lock);
+            reader->lock(false);
+            moving.emplace(d.displayMutex);
+            queue = &d.displayQueue;
+        } else {
+            producers.emplace(d.lock);
+            queue = &d.incoming[d.writeIndex];
+        }
+    }
+
+    const SampleQueue &samples() const { return *queue; }
+
+private:
+    // The drawn queue: the read lock against clear(), then the mutex flush() moves under.
+    std::optional<velo::LockReadWrite> reader;
+    std::optional<std::lock_guard<std::mutex>> moving;
+    // The filling queue: kept from the producers as they keep from each other.
+    std::optional<velo::SerialReader> producers;
+    const SampleQueue *queue = nullptr;
+};
+
+} // namespace
+
+void KivDataSet::getData(unsigned long i, double &v, bool display, unsigned long dims) const
+{
+    if (dims == 0)
+        return;
+    const QueueReader reader(*d, display);
+    readDouble(reader.samples(), i, v, dims);
+}
+
 void KivDataSet::getData(unsigned long i, double &x, double &y, bool display) const
 {
-    getData(2 * i, x, display, 2);
-    getData(2 * i + 1, y, display, 2);
+    const QueueReader reader(*d, display);
+    readDouble(reader.samples(), 2 * i, x, 2);
+    readDouble(reader.samples(), 2 * i + 1, y, 2);
 }
 
 void KivDataSet::getData(unsigned long i, double &x, double &y, double &z, bool display) const
 {
-    getData(3 * i, x, display, 3);
-    getData(3 * i + 1, y, display, 3);
-    getData(3 * i + 2, z, display, 3);
+    const QueueReader reader(*d, display);
+    readDouble(reader.samples(), 3 * i, x, 3);
+    readDouble(reader.samples(), 3 * i + 1, y, 3);
+    readDouble(reader.samples(), 3 * i + 2, z, 3);
 }
 
 unsigned long KivDataSet::copyData(unsigned long first, unsigned long count, double *out) const
@@ -701,8 +752,9 @@ unsigned long KivDataSet::copyData(unsigned long first, unsigned long count, dou
     const int dims = dimensions();
     if (!out || dims > 3)
         return 0;
+    const QueueReader reader(*d, true);
     unsigned long copied = 0;
-    for (const SampleBlock *b = d->displayQueue.head; b && copied < count; b = b->next) {
+    for (const SampleBlock *b = reader.samples().head; b && copied < count; b = b->next) {
         const quint64 live = b->fill - b->start;
         if (first >= live) {
             first -= live;
@@ -747,20 +799,26 @@ long KivDataSet::getScopeOffset() const
 
 void KivDataSet::setTime(double interval, double time)
 {
-    d->interval = interval;
-    d->time = time;
+    {
+        velo::LockReadWrite guard(d->lock);
+        guard.lock(true);
+        d->interval = interval;
+        d->time = time;
+    }
     if (!d->frozen.load())
         announceUpdate();
 }
 
 void KivDataSet::getTime(double &interval, double &time) const
 {
+    const QueueReader reader(*d, true);
     interval = d->interval;
     time = d->time;
 }
 
 double KivDataSet::getItemTime(int i) const
 {
+    const QueueReader reader(*d, true);
     return d->time - i * d->interval;
 }
 
@@ -861,17 +919,34 @@ const QList<QString> &KivDataSet::getLabelList() const
 
 void KivDataSet::setLabelFormat(const QString &format)
 {
-    d->oneValueFormat = format.toStdString();
+    // The text goes to asprintf as a format: a stray conversion would read missing arguments.
+    std::string utf8 = format.toStdString();
+    if (!kiv::isValueFormat(utf8.c_str())) {
+        qWarning("KivDataSet::setLabelFormat: \"%s\" does not print exactly one number; keeping \"%s\"",
+                 utf8.c_str(), d->oneValueFormat.c_str());
+        return;
+    }
+    d->oneValueFormat = std::move(utf8);
     d->twoValueFormat = d->oneValueFormat + ", " + d->oneValueFormat;
 }
 
+bool KivDataSet::isValidLabelFormat(const QString &format)
+{
+    return kiv::isValueFormat(format.toStdString().c_str());
+}
+
+// Both are written by display() and reset by clear(), which may run on a producer's thread.
 QPointF KivDataSet::currentValuePosition() const
 {
+    velo::LockReadWrite guard(d->lock);
+    guard.lock(false);
     return d->currentPosition;
 }
 
 QString KivDataSet::currentValueText() const
 {
+    velo::LockReadWrite guard(d->lock);
+    guard.lock(false);
     return d->currentText;
 }
 

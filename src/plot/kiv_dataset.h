@@ -104,13 +104,13 @@ public:
     //! Samples in the drawn queue, capped at the maximum item count.
     unsigned long getDisplayItemCount() const;
     //! Reads double `i` of the drawn (`display`) or the filling incoming queue, counting
-    //! `dims` doubles per sample; `v` is left alone when `i` is out of range. No lock: for
-    //! the thread that draws.
+    //! `dims` doubles per sample; `v` is left alone when `i` is out of range. Takes the
+    //! series' lock, so producers may add, clear or freeze meanwhile.
     void getData(unsigned long i, double& v, bool display = true, unsigned long dims = 1) const;
     void getData(unsigned long i, double& x, double& y, bool display = true) const;
     void getData(unsigned long i, double& x, double& y, double& z, bool display = true) const;
     //! Copies up to `count` drawn samples from sample `first` on into `out` (dimensions()
-    //! doubles each) and returns how many it copied. No lock: for the thread that draws.
+    //! doubles each) and returns how many it copied. Takes the series' lock like getData().
     unsigned long copyData(unsigned long first, unsigned long count, double* out) const;
     //! Moves queued samples into the drawn queue as a frame does and returns a copy of all
     //! drawn samples (dimensions() doubles each), read under the series' lock so that
@@ -154,7 +154,11 @@ public:
     const QList<QString>& getLabelList() const;
 
     //! printf format of one value, for example "%.2f"; two-value samples use it twice.
+    //! A format that is not isValidLabelFormat() is refused with a warning; the last one stays.
     void setLabelFormat(const QString& format);
+    //! Whether `format` prints exactly one double: one f, e, g or a conversion with flags,
+    //! width and precision up to 100, "%%" and plain text.
+    static bool isValidLabelFormat(const QString& format);
 
     //! Draws the series into the current GL context within the scale box `box`
     //! (rows x, y, z; columns min, max) and records the drawn extents.

@@ -219,6 +219,38 @@ private slots:
         QVERIFY(same(d.lines, want.lines));
     }
 
+    // A format is used only when it prints exactly one number; otherwise the previous one stays.
+    void labelFormats_data()
+    {
+        QTest::addColumn<QString>("format");
+        QTest::addColumn<QString>("text"); // of 20 after "%.1f" and then format
+        const QString kept = QStringLiteral("20.0");
+        for (const char *hostile : {"%s", "%n", "%f %f %f %f", "%1000000f", "%.1000f", "%*f", "%.*f", "%Lf", "%d",
+                                    "%1$f", "%'f", "no number", "100%", "%f%"})
+            QTest::newRow(hostile) << QString(hostile) << kept;
+        QTest::newRow("flags, width, precision") << "%+08.3f mV" << "+020.000 mV";
+        QTest::newRow("percent signs") << "%%%g%%" << "%20%";
+        QTest::newRow("long modifier") << "%lf" << "20.000000";
+        QTest::newRow("widest") << "%-100.100E" << QString("2.%1E+01").arg(QString(100, '0')).leftJustified(100);
+    }
+
+    void labelFormats()
+    {
+        QFETCH(QString, format);
+        QFETCH(QString, text);
+        const auto ds = series(0x0, 0, {10, 20});
+        ds->flush();
+        ds->setScopeOffset(1);
+        ds->setLabelFormat(QStringLiteral("%.1f"));
+        const bool valid = KivDataSet::isValidLabelFormat(format);
+        QCOMPARE(valid, text != QStringLiteral("20.0"));
+        if (!valid)
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^KivDataSet::setLabelFormat: .*keeping \"%\\.1f\"$"));
+        ds->setLabelFormat(format);
+        capture(*ds, {-1, 1, 0, 50});
+        QCOMPARE(ds->currentValueText(), text);
+    }
+
 private:
     std::unique_ptr<kivtest::GLContextScope> gl;
 };

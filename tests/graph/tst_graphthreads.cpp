@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cfloat>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -38,6 +40,7 @@ class TestGraphThreads : public QObject
 
 private slots:
     void producersWhilePainting();
+    void everyProducerCallWhilePainting();
     void floodKeepsGuiResponsive();
 };
 
@@ -112,6 +115,99 @@ void TestGraphThreads::producersWhilePainting()
     // The full-fit view holds every series, up to 1e6 + Samples for the shared one.
     QVERIFY(g.axisInfo(1).scaleMax >= 1e6 + Samples - 1 && g.axisInfo(1).scaleMin <= 0.0);
     QVERIFY(!g.isPainting());
+}
+
+// Each call a producer may make, from threads of their own, while the graph paints with the
+// measure read-out, the current values and time labels showing: a series frozen and thawed
+// over and over loses nothing, one cleared over and over keeps an unbroken run of the newest
+// samples, bar slots hold the last value set, gaps and samples from two threads all arrive,
+// and a reader never sees the drawn samples out of order.
+void TestGraphThreads::everyProducerCallWhilePainting()
+{
+    const int n = Samples / 16 * 16;
+    graphtest::TestGraph g;
+    g.setAxisStyle('x', KivAxisStyleTimeLabels);
+    KivDataSet* thawed = g.addDataSet(KivDataStyle1D, Qt::blue, 0);
+    KivDataSet* cleared = g.addDataSet(KivDataStyle1D, Qt::red, 0);
+    KivDataSet* bars = g.addDataSet(KivDataStyleBar, Qt::green, 16);
+    KivDataSet* gapped = g.addDataSet(KivDataStyle1D, Qt::gray, 0);
+    for (KivDataSet* ds : { thawed, cleared, bars, gapped }) {
+        ds->setLabelFormat(QStringLiteral("%.0f"));
+        ds->setTime(0.001, 0.0);
+    }
+    QVERIFY(graphtest::showAt(g, 400, 300));
+    g.showMeasure(true);
+    QTest::mouseMove(&g, QPoint(200, 150));
+
+    std::atomic<int> running { 0 };
+    std::atomic<int> disorder { 0 };
+    const auto feed = [n](KivDataSet* ds) {
+        for (int i = 0; i < n; ++i)
+            ds->addData(i);
+    };
+    const auto until = [&running](std::function<void()> step) {
+        return [&running, step] {
+            while (running > 0)
+                step();
+        };
+    };
+    std::vector<std::thread> feeders;
+    running = 4;
+    for (KivDataSet* ds : { thawed, cleared, gapped })
+        feeders.emplace_back([&, ds] { feed(ds); --running; });
+    feeders.emplace_back([&] {
+        for (int i = 0; i < n; ++i) {
+            bars->setData(ulong(i % 16), i);
+            gapped->duplicateData(1);
+        }
+        --running;
+    });
+    std::vector<std::thread> others;
+    others.emplace_back(until([&] { thawed->freeze(true); std::this_thread::yield(); thawed->freeze(false); }));
+    others.emplace_back(until([&] { cleared->clear(false); std::this_thread::yield(); }));
+    others.emplace_back(until([&] {
+        double v[64];
+        const unsigned long k = cleared->copyData(0, 64, v);
+        for (unsigned long i = 1; i < k; ++i)
+            disorder += v[i] != v[i - 1] + 1.0;
+        double first = -1.0;
+        cleared->getData(0, first);
+        double interval = 0.0, time = 0.0;
+        cleared->getTime(interval, time);
+    }));
+
+    for (int frame = 0; running > 0 || frame < 4; ++frame) {
+        QTest::mouseMove(&g, QPoint(20 + frame * 7 % 360, 150));
+        g.grabFramebuffer();
+        QCoreApplication::processEvents();
+    }
+    for (std::thread& t : feeders)
+        t.join();
+    for (std::thread& t : others)
+        t.join();
+    thawed->freeze(false);
+    cleared->addData(n);
+    g.grabFramebuffer();
+
+    QCOMPARE(disorder.load(), 0);
+    std::vector<double> expected(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i)
+        expected[size_t(i)] = i;
+    QVERIFY(drawnValues(thawed) == expected);
+    const std::vector<double> run = drawnValues(cleared);
+    QVERIFY(!run.empty() && run.back() == n);
+    for (size_t i = 1; i < run.size(); ++i)
+        QCOMPARE(run[i], run[i - 1] + 1.0);
+    const std::vector<double> barValues = drawnValues(bars);
+    QCOMPARE(int(barValues.size()), 16);
+    for (int s = 0; s < 16; ++s)
+        QCOMPARE(barValues[size_t(s)], double(n - 16 + s));
+    std::vector<double> values;
+    for (double v : drawnValues(gapped))
+        if (v != DBL_MAX)
+            values.push_back(v);
+    QVERIFY(values == expected);
+    QCOMPARE(int(gapped->getDisplayItemCount()), 2 * n);
 }
 
 namespace {

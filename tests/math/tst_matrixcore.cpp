@@ -103,6 +103,8 @@ private slots:
     void textFormat();
     void malformedText_data();
     void malformedText();
+    void degenerateShapes_data();
+    void degenerateShapes();
     void boundedDeserialize_data();
     void boundedDeserialize();
     void matFileLoadsInScipy();
@@ -301,6 +303,21 @@ void TestMatrixCore::resizeNotAllowed_data()
     row("erase", [] { Vector3().erase(0, 1); }, "void velo::Vector::erase(VoSize, VoSize)" + vectorText);
     row("push_back", [] { Vector3().push_back(1.0); }, "void velo::Vector::push_back(VoReal)" + vectorText);
     row("view pop_back", [] { double s[3]; Vector(3, s, VO_DATA_VIEW).pop_back(); }, "void velo::Vector::pop_back()" + vectorText);
+    // Readers refuse a shape change of fixed or borrowed storage as assignment does.
+    row("MatrixF readFromString", [] { MatrixF<3, 2>().readFromString("2,2: 1 2 3 4"); }, changeSize);
+    row("view deserialize", [] {
+        double s[4];
+        char bin[16];
+        mat(1, 1, {7}).serialize(bin);
+        Matrix(2, 2, 2, s, VO_DATA_VIEW).deserialize(bin, sizeof bin);
+    }, changeSize);
+    row("Vector3 readFromString", [] { Vector3().readFromString("2: 1 2"); }, vectorChangeSize);
+    row("Vector view deserialize", [] {
+        double s[3];
+        char bin[12];
+        vec({7}).serialize(bin);
+        Vector(3, s, VO_DATA_VIEW).deserialize(bin, sizeof bin);
+    }, vectorChangeSize);
 }
 
 void TestMatrixCore::resizeNotAllowed()
@@ -684,6 +701,14 @@ void TestMatrixCore::textFormat()
     QCOMPARE(v.readFromString("3: 4 5"), VoSize(0));
     QCOMPARE(v.size, VoSize(3));
     QCOMPARE(v[1], 5.0);
+
+    // Counts are written as what they are, even where the reader would not take them back.
+    Matrix wide;
+    VoMatrix_assign(&wide, 0x80000000u, 0, 0, nullptr, 0);
+    QCOMPARE(wide.writeToString(static_cast<char*>(nullptr)), VoSize(14));
+    text.clear();
+    wide.writeToString(text);
+    QCOMPARE(QByteArray::fromStdString(text), QByteArray("2147483648,0: "));
 }
 
 void TestMatrixCore::malformedText_data()
@@ -708,6 +733,45 @@ void TestMatrixCore::malformedText()
     Matrix m;
     Vector v;
     QCOMPARE(vector ? v.readFromString(exact.get()) : m.readFromString(exact.get()), VoSize(0));
+}
+
+void TestMatrixCore::degenerateShapes_data()
+{
+    QTest::addColumn<bool>("binary");
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QByteArray>("written"); // empty: the reader refuses the input
+    QTest::newRow("text 20x0") << false << QByteArray("20,0: ") << QByteArray("20,0: ");
+    QTest::newRow("text INT_MAX x 0") << false << QByteArray("2147483647,0: ") << QByteArray("2147483647,0: ");
+    QTest::newRow("text 0 x INT_MAX") << false << QByteArray("0,2147483647: ") << QByteArray("0,2147483647: ");
+    QTest::newRow("binary 5x0") << true << QByteArray("\5\0\0\0\0\0\0\0", 8) << QByteArray("5,0: ");
+    QTest::newRow("binary 2^31 x 0") << true << QByteArray("\0\0\0\x80\0\0\0\0", 8) << QByteArray();
+    QTest::newRow("binary 0 x 2^31") << true << QByteArray("\0\0\0\0\0\0\0\x80", 8) << QByteArray();
+}
+
+// Shapes without values: whatever a reader accepts writes back and reads again, in both formats.
+void TestMatrixCore::degenerateShapes()
+{
+    QFETCH(bool, binary);
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, written);
+    Matrix m = mat(1, 1, {-1});
+    const VoSize used = binary ? m.deserialize(input.constData(), VoSize(input.size())) : m.readFromString(input.constData());
+    if (written.isEmpty()) {
+        QCOMPARE(used, VoSize(0));
+        QVERIFY(m.rows == 1 && m.cols == 1 && m(0, 0) == -1.0);
+        return;
+    }
+    QVERIFY(used > 0);
+    std::string text;
+    m.writeToString(text);
+    QCOMPARE(QByteArray::fromStdString(text), written);
+    char bin[8];
+    QCOMPARE(m.serialize(bin), VoSize(8));
+    Matrix fromText, fromBinary;
+    QVERIFY(fromText.readFromString(text) > 0);
+    QCOMPARE(fromBinary.deserialize(bin, sizeof bin), VoSize(8));
+    QVERIFY(fromText.rows == m.rows && fromText.cols == m.cols);
+    QVERIFY(fromBinary.rows == m.rows && fromBinary.cols == m.cols);
 }
 
 void TestMatrixCore::boundedDeserialize_data()

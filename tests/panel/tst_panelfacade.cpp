@@ -48,6 +48,15 @@ private slots:
         row("clear graph (1,1)", [](Panel p, Series) { p.clear(p.getGraph(1, 1), nullptr, false); }, {1, 0, 0, 0});
         row("clear one series", [](Panel p, Series s) { p.clear(nullptr, s[2], false); }, {1, 1, 0, 1});
         row("remove from another graph", [](Panel p, Series s) { p.removeDataSet(p.getGraph(0, 0), s[2]); }, same);
+        row("numbers beyond int", [](Panel p, Series s) {
+            KivGraphWidget* g = p.getGraph(0, 0);
+            s[0]->setStyle(KivDataStyleBar);
+            p.setDataLabel(0, 0, 0, 1, QStringLiteral("one"));
+            p.setDataLabel(0, 0, 0, 0x100000001ul, QStringLiteral("x"));
+            p.setAxisUnits(g, 'y', 0x100000001ul);
+            QCOMPARE(s[0]->getLabelList().value(1), QStringLiteral("one"));
+            QCOMPARE(g->graph()->axisInfo(1).units, 0ul);
+        }, {1000, 1, 1, 1});
         row("null graph", [](Panel p, Series) {
             KivGraphWidget* g = nullptr;
             p.setAxisScale(g, 'y', 0, 1); p.setBackgroundColor(g, 0x00ff00ul); p.setScopeOffset(g, 2);

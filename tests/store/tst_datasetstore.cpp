@@ -135,6 +135,7 @@ private slots:
         QTest::addColumn<Values>("stored");
         const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
         QTest::newRow("nan") << Values{nan} << Values{Gap};
+        QTest::newRow("inf") << Values{inf} << Values{Gap};
         QTest::newRow("largest finite") << Values{-DBL_MAX} << Values{-DBL_MAX};
         QTest::newRow("2 values, x nan") << Values{nan, 3.0} << Values{Gap, 3.0};
         QTest::newRow("2 values, y -inf") << Values{1.5, -inf} << Values{1.5, Gap};
@@ -156,6 +157,13 @@ private slots:
         Values got(5 * dims);
         QCOMPARE(ds.copyData(0, 5, got.data()), 5ul);
         QCOMPARE(got, stored + stored + stored + Values(2 * dims, Gap));
+        // Overwriting a drawn value follows the same rule.
+        if (dims == 1) {
+            ds.setData(2, input[0]);
+            double v = 0.0;
+            ds.getData(2, v);
+            QCOMPARE(v, stored[0]);
+        }
     }
 
     void badInputIsIgnored()
