@@ -48,6 +48,9 @@ KivGraph::KivGraph(QWidget* parent)
     , m_noDataText(tr("No Data Available"))
 {
     setAttribute(Qt::WA_OpaquePaintEvent);
+    // A frame without alpha: translucent overlays cannot make grab() or render() see-through,
+    // and no extra pass per frame has to set the alpha back to one.
+    setTextureFormat(GL_RGB8);
     setAutoFillBackground(false);
 
     m_throttle.target = this;

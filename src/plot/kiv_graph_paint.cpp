@@ -95,16 +95,6 @@ void drawScrollBar(const GraphRect& track, const GraphRect& slider, bool sliderA
     glEnable(GL_DEPTH_TEST);
 }
 
-// Translucent overlays leave the frame's alpha below 1, which grab() and render() would
-// compose as a see-through picture; the frame is opaque everywhere.
-void makeOpaque()
-{
-    glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_TRUE);
-    glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
-    glClear(GL_COLOR_BUFFER_BIT);
-    glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-}
-
 } // namespace
 
 // Frame order: background and grid, then the series from the last to the first so that
@@ -187,7 +177,6 @@ void KivGraph::paintGL()
         painter.drawText(QRect(0, 0, width(), bounds.bottom() - bounds.top() + 1), Qt::AlignCenter, warning);
     }
     painter.end();
-    makeOpaque();
 
     m_painting.fetchAndStoreOrdered(0);
 }

@@ -15,7 +15,9 @@ done
 if [ -e "$build/designer/libkivdesigner.so" ]; then
   plugin=$prefix/lib/qt5/plugins/designer/libkivdesigner.so
   [ -e "$plugin" ] || { echo "missing after install: $plugin"; exit 1; }
-  ldd "$plugin" | grep -q "libkiv.so.2 => $prefix/lib/" || { echo "designer plugin misses libkiv"; ldd "$plugin"; exit 1; }
+  # grep -q would stop reading early, and ldd's broken pipe would fail the pipeline.
+  deps=$(ldd "$plugin")
+  grep -q "libkiv.so.2 => $prefix/lib/" <<< "$deps" || { echo "designer plugin misses libkiv"; echo "$deps"; exit 1; }
 fi
 
 # The README's quick start is compiled as written: it becomes the host's second program.
