@@ -101,7 +101,8 @@ namespace {
 // 0xBBGGRR, the byte order of series colours.
 QColor colorFromBgr(unsigned long color)
 {
-    return QColor::fromRgb(int(color & 0xff), int((color >> 8) & 0xff), int((color >> 16) & 0xff), 255);
+    const QRgb c = QRgb(color);
+    return QColor(qBlue(c), qGreen(c), qRed(c));
 }
 
 const char versionText[] = "built on 2021-02-04";
@@ -638,7 +639,7 @@ void KivWidget::setColor(KivDataSet* set, unsigned long color)
 {
     if (!set)
         return;
-    set->setColor((color & 0xff) / 255.0, ((color >> 8) & 0xff) / 255.0, ((color >> 16) & 0xff) / 255.0);
+    set->setColor(colorFromBgr(color));
 }
 
 void KivWidget::setDataSetLabel(KivDataSet* set, const QString& label)

@@ -225,7 +225,8 @@ void KivGraph::setBackgroundColor(double r, double g, double b)
 
 void KivGraph::setBackgroundColor(unsigned long rgb)
 {
-    setBackgroundColor(((rgb >> 16) & 0xff) / 255.0, ((rgb >> 8) & 0xff) / 255.0, (rgb & 0xff) / 255.0);
+    const QRgb c = QRgb(rgb);
+    setBackgroundColor(qRed(c) / 255.0, qGreen(c) / 255.0, qBlue(c) / 255.0);
 }
 
 QColor KivGraph::backgroundColor() const

@@ -86,6 +86,7 @@ public:
 
     //! The record of \a button; a default one is created on first use.
     PanZoomInfo& getPanZoomInfo(Qt::MouseButton button);
+    //! The record of \a button, or a default record for a button never pressed.
     const PanZoomInfo& getPanZoomInfo(Qt::MouseButton button) const;
 
     bool isZooming() const;
@@ -144,7 +145,7 @@ private:
     void moveMeasureCursor(const QPoint& p);
     ScaleInfo currentScaleInfo() const;
 
-    mutable QMap<Qt::MouseButton, PanZoomInfo> m_panZoom;
+    QMap<Qt::MouseButton, PanZoomInfo> m_panZoom;
     // =================================== End of pointer interaction ===================================
 
 public:

@@ -49,7 +49,10 @@ KivGraph::PanZoomInfo& KivGraph::getPanZoomInfo(Qt::MouseButton button)
 
 const KivGraph::PanZoomInfo& KivGraph::getPanZoomInfo(Qt::MouseButton button) const
 {
-    return m_panZoom[button];
+    // A button never pressed reads as a default record; a getter adds nothing.
+    static const PanZoomInfo none;
+    const auto it = m_panZoom.constFind(button);
+    return it != m_panZoom.constEnd() ? it.value() : none;
 }
 
 bool KivGraph::isZooming() const
