@@ -2,6 +2,7 @@
 
 #include "kiv_dataset.h"
 #include "kiv_graph.h"
+#include "timedgraph.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -17,32 +18,6 @@
 #include <vector>
 
 namespace {
-
-// Times each frame from the start of paintGL to the end of glFinish.
-class TimedGraph : public KivGraph
-{
-public:
-    using KivGraph::KivGraph;
-    std::vector<double> frameMs;
-
-protected:
-    void paintGL() override
-    {
-        QElapsedTimer t;
-        t.start();
-        KivGraph::paintGL();
-        context()->functions()->glFinish();
-        frameMs.push_back(t.nsecsElapsed() / 1e6);
-    }
-};
-
-double median(std::vector<double> v)
-{
-    if (v.empty())
-        return 0.0;
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
 
 struct Shape {
     const char* name;

@@ -2,6 +2,7 @@
 
 #include "kiv_dataset.h"
 #include "kiv_graph.h"
+#include "timedgraph.h"
 
 #include <qcustomplot.h>
 #include <qwt_plot.h>
@@ -30,29 +31,6 @@ double sample(long i)
 {
     return std::sin(i * 0.001) * 10.0 + std::sin(i * 0.37);
 }
-
-double median(std::vector<double> v)
-{
-    std::sort(v.begin(), v.end());
-    return v.empty() ? 0.0 : v[v.size() / 2];
-}
-
-// Times paintGL up to the end of glFinish.
-class TimedGraph : public KivGraph
-{
-public:
-    double lastMs = 0.0;
-
-protected:
-    void paintGL() override
-    {
-        QElapsedTimer t;
-        t.start();
-        KivGraph::paintGL();
-        context()->functions()->glFinish();
-        lastMs = t.nsecsElapsed() / 1e6;
-    }
-};
 
 // Median wall time of `frames` calls of `frame`, after one untimed call.
 // With `timed`, the figure that `frame` leaves there counts instead.

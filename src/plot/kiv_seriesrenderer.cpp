@@ -24,6 +24,15 @@ constexpr double LineEdgeMargin = 1.0 / 128.0;
 // have more, whose effect on that one pixel row is then approximated.
 constexpr size_t MaxRowSamples = 48;
 
+// One bar as a quad from the zero line `base` up (or down) to `y`, `width` wide.
+inline void emitBar(double x, double y, double base, double width)
+{
+    glVertex2d(x, base);
+    glVertex2d(x, y);
+    glVertex2d(x + width, y);
+    glVertex2d(x + width, base);
+}
+
 } // namespace
 
 KivSeriesRenderer::Marker KivSeriesRenderer::markerOf(unsigned long style)
@@ -279,10 +288,7 @@ void KivSeriesRenderer::drawSeries(const Mapping &m)
             if (D == 3) {
                 glVertex3d(x, y, (p[2] + m.oz) * m.sz);
             } else if (bar) {
-                glVertex2d(x, base);
-                glVertex2d(x, y);
-                glVertex2d(x + barWidth, y);
-                glVertex2d(x + barWidth, base);
+                emitBar(x, y, base, barWidth);
             } else {
                 emitShape(shape, aspect, x, y);
             }
@@ -344,10 +350,7 @@ void KivSeriesRenderer::drawScope(const Mapping &m, quint64 slotCount)
             const double x = (-1.0 + double(slot) * m.slot + m.ox) * m.sx;
             const double y = (val + m.oy) * m.sy;
             if (bar) {
-                glVertex2d(x, base);
-                glVertex2d(x, y);
-                glVertex2d(x + barWidth, y);
-                glVertex2d(x + barWidth, base);
+                emitBar(x, y, base, barWidth);
             } else {
                 emitShape(shape, aspect, x, y);
             }
@@ -1089,10 +1092,7 @@ void KivSeriesRenderer::emitReduced(const Mapping &m)
         for (size_t k = 0; k < n; ++k) {
             const double x = p[2 * k];
             const double y = p[2 * k + 1];
-            glVertex2d(x, base);
-            glVertex2d(x, y);
-            glVertex2d(x + barWidth, y);
-            glVertex2d(x + barWidth, base);
+            emitBar(x, y, base, barWidth);
         }
         glEnd();
         break;
