@@ -1,6 +1,7 @@
 #include "kiv_graph.h"
 #include "kiv_updaterelay.h"
 #include "kiv_dataset.h"
+#include "kiv_dottedlines_p.h"
 #include "kivclamp_p.h"
 #include "kivtextlimits_p.h"
 
@@ -229,29 +230,23 @@ void KivGraph::drawBackground(QPainter*)
     }
 
     glColor3d(0.5, 0.5, 0.5);
-    glLineStipple(GLint(std::lround(devicePixelRatioF())), 0x9249);
-    glEnable(GL_LINE_STIPPLE);
-    glBegin(GL_LINES);
-    if (usableStep(ax) && !categories) {
-        double v = std::ceil(ax.displayMin / ax.gridStep) * ax.gridStep;
-        for (int n = 0; ax.displayMax > v && n < MaxGridLines; ++n) {
-            const double x = mx.toGraph(v);
-            glVertex2d(x, -1.0);
-            glVertex2d(x, 1.0);
-            v += ax.gridStep;
+    {
+        const KivDottedLines grid(int(std::lround(devicePixelRatioF())), 0x9249);
+        if (usableStep(ax) && !categories) {
+            double v = std::ceil(ax.displayMin / ax.gridStep) * ax.gridStep;
+            for (int n = 0; ax.displayMax > v && n < MaxGridLines; ++n) {
+                grid.vertical(mx.toGraph(v));
+                v += ax.gridStep;
+            }
+        }
+        if (usableStep(ay)) {
+            double v = std::ceil(ay.displayMin / ay.gridStep) * ay.gridStep;
+            for (int n = 0; ay.displayMax > v && n < MaxGridLines; ++n) {
+                grid.horizontal(my.toGraph(v));
+                v += ay.gridStep;
+            }
         }
     }
-    if (usableStep(ay)) {
-        double v = std::ceil(ay.displayMin / ay.gridStep) * ay.gridStep;
-        for (int n = 0; ay.displayMax > v && n < MaxGridLines; ++n) {
-            const double y = my.toGraph(v);
-            glVertex2d(-1.0, y);
-            glVertex2d(1.0, y);
-            v += ay.gridStep;
-        }
-    }
-    glEnd();
-    glDisable(GL_LINE_STIPPLE);
 
     glColor3d(0.0, 0.0, 0.0);
     glLineWidth(lineWidth(this, 1.5));
