@@ -758,6 +758,8 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
             beforeBottom = isBottom;
         }
     });
+    if (runColumn(m, from, to, first, slot0, column, top, bottom))
+        return;
     // The first and last sample with their inner neighbours; the segment judged for a row
     // (ending at its witness) with the samples either side.
     for (quint64 i : {from + 1, to - 2}) {
@@ -830,6 +832,53 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
         previousIndex = k.i;
     }
     previous = picks.back();
+}
+
+// A column whose top and bottom pixel are decided lights every row between them: its inner
+// segments become one vertical run through the pixel centres, and only the segments next to
+// the column's edges (which may light the neighbouring column) are drawn as they are.
+// Returns false where that does not hold (wide lines, rows beyond the viewport, doubts).
+bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0,
+                                  long column, const RowJudgement &top, const RowJudgement &bottom)
+{
+    if (v->pixelRatio != 1.0 || column < 0 || column >= columns || !top.inside || !bottom.inside
+        || top.row >= rows || bottom.row < 0 || (!top.sure && top.doubts > 0)
+        || (!bottom.sure && bottom.doubts > 0))
+        return false;
+    auto xOf = [&](quint64 i) { return (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx; };
+    auto inner = [&](quint64 i) {
+        const double px = (xOf(i) + 1.0) * halfWidth;
+        const double fx = px - std::floor(px);
+        return fx >= LineEdgeMargin && fx <= 1.0 - LineEdgeMargin;
+    };
+    quint64 a = from;
+    while (a < to && !inner(a))
+        ++a;
+    quint64 b = to;
+    while (b > a && !inner(b - 1))
+        --b;
+    if (b <= a + 1)
+        return false;
+    --b;
+    // The segments up to the first inner sample, and from the last one on, as they are.
+    forRange(from, a + 1, 1, [&](const double *p, quint64 n, quint64 i0) {
+        for (quint64 k = 0; k < n; ++k)
+            keep(xOf(i0 + k), (p[k] + m.oy) * m.sy);
+    });
+    breakStrip();
+    forRange(b, to, 1, [&](const double *p, quint64 n, quint64 i0) {
+        for (quint64 k = 0; k < n; ++k)
+            keep(xOf(i0 + k), (p[k] + m.oy) * m.sy);
+    });
+    previous = Kept{to - 1, xOf(to - 1), (*sampleAt(to - 1, 1) + m.oy) * m.sy};
+    const long low = bottom.sure ? bottom.row : bottom.row + 1;
+    const long high = top.sure ? top.row : top.row - 1;
+    if (low <= high) {
+        runs.push_back((double(column) + 0.5) / halfWidth - 1.0);
+        runs.push_back((double(low) + 0.25) / halfHeight - 1.0);
+        runs.push_back((double(high + 1) + 0.25) / halfHeight - 1.0);
+    }
+    return true;
 }
 
 // Reduces a 2-value series. A line whose x goes back anywhere cannot be reduced by columns:
@@ -1056,17 +1105,20 @@ void KivSeriesRenderer::emitReduced(const Mapping &m)
     const double *p = kept.data();
     switch (reduction) {
     case Reduction::Line:
+        // One batch of separate segments: a strip lights the same pixels segment by segment.
         stripStarts.push_back(n);
+        beginPrimitive(GL_LINES);
         for (size_t s = 0; s + 1 < stripStarts.size(); ++s) {
-            const size_t a = stripStarts[s];
-            const size_t b = stripStarts[s + 1];
-            if (b - a < 2)
-                continue; // a single vertex draws nothing
-            beginPrimitive(GL_LINE_STRIP);
-            for (size_t k = a; k < b; ++k)
+            for (size_t k = stripStarts[s] + 1; k < stripStarts[s + 1]; ++k) {
+                glVertex2d(p[2 * k - 2], p[2 * k - 1]);
                 glVertex2d(p[2 * k], p[2 * k + 1]);
-            glEnd();
+            }
         }
+        for (size_t k = 0; k + 2 < runs.size(); k += 3) {
+            glVertex2d(runs[k], runs[k + 1]);
+            glVertex2d(runs[k], runs[k + 2]);
+        }
+        glEnd();
         break;
     case Reduction::Points:
         if (n > 0) {

@@ -119,6 +119,8 @@ private:
     void reduceSlots(const Mapping &m, quint64 first, quint64 end, quint64 slot0);
     void addSlots(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
     void reduceLineColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
+    bool runColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0, long column,
+                   const RowJudgement &top, const RowJudgement &bottom);
     void reducePointColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
     bool reduceXY(const Mapping &m);
     void findCurrent(const Mapping &m, int dims);
@@ -142,7 +144,7 @@ private:
     std::vector<double> kept;         // x, y of the samples to draw
     std::vector<size_t> stripStarts;  // indices into kept (in vertices) where a new strip begins
     std::vector<long> rowColumn;      // points: per pixel row, the column last lit there
-    std::vector<double> runs;         // points: x, y from, y to of runs of lit pixels
+    std::vector<double> runs;         // x, y from, y to of vertical runs of lit pixels
     double halfWidth = 0.0, halfHeight = 0.0;
     long columns = 0, rows = 0;
     bool columnOpen = false;
