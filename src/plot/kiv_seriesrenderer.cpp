@@ -834,16 +834,17 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
     previous = picks.back();
 }
 
-// A column whose top and bottom pixel are decided lights every row between them: its inner
-// segments become one vertical run through the pixel centres, and only the segments next to
-// the column's edges (which may light the neighbouring column) are drawn as they are.
-// Returns false where that does not hold (wide lines, rows beyond the viewport, doubts).
+// A column lights every row between its top and bottom pixel: its inner segments become one
+// vertical run through the pixel centres, and only the segments next to the column's edges
+// (which may light the neighbouring column) and those that may or may not light an extreme
+// pixel are drawn as they are. Returns false where that does not hold (wide lines, rows
+// beyond the viewport, too many doubtful segments).
 bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0,
                                   long column, const RowJudgement &top, const RowJudgement &bottom)
 {
     if (v->pixelRatio != 1.0 || column < 0 || column >= columns || !top.inside || !bottom.inside
-        || top.row >= rows || bottom.row < 0 || (!top.sure && top.doubts > 0)
-        || (!bottom.sure && bottom.doubts > 0))
+        || top.row >= rows || bottom.row < 0 || (!top.sure && top.doubts > RowJudgement::MaxDoubts)
+        || (!bottom.sure && bottom.doubts > RowJudgement::MaxDoubts))
         return false;
     auto xOf = [&](quint64 i) { return (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx; };
     auto inner = [&](quint64 i) {
@@ -866,6 +867,17 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
             keep(xOf(i0 + k), (p[k] + m.oy) * m.sy);
     });
     breakStrip();
+    // A row that only some segments may light is left to those segments, drawn as they are.
+    for (const RowJudgement *row : {&top, &bottom}) {
+        if (row->sure)
+            continue;
+        for (int d = 0; d < row->doubts; ++d) {
+            const quint64 i = row->doubtful[d];
+            keep(xOf(i - 1), (*sampleAt(i - 1, 1) + m.oy) * m.sy);
+            keep(xOf(i), (*sampleAt(i, 1) + m.oy) * m.sy);
+            breakStrip();
+        }
+    }
     forRange(b, to, 1, [&](const double *p, quint64 n, quint64 i0) {
         for (quint64 k = 0; k < n; ++k)
             keep(xOf(i0 + k), (p[k] + m.oy) * m.sy);
