@@ -20,6 +20,8 @@ constexpr double Gap = KivGap;
 // Line vertices are snapped to 1/256 pixel: one this close to a column edge may be drawn in
 // either column.
 constexpr double LineEdgeMargin = 1.0 / 128.0;
+// The rasteriser's sub-pixel grid.
+constexpr double SnapStep = 1.0 / 256.0;
 // Samples kept per extreme row of a line column (with their neighbours); a flat column may
 // have more, whose effect on that one pixel row is then approximated.
 constexpr size_t MaxRowSamples = 48;
@@ -847,10 +849,10 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
         || (!bottom.sure && bottom.doubts > RowJudgement::MaxDoubts))
         return false;
     auto xOf = [&](quint64 i) { return (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx; };
+    // Inner samples lie at least one sub-pixel step inside the column once snapped.
     auto inner = [&](quint64 i) {
-        const double px = (xOf(i) + 1.0) * halfWidth;
-        const double fx = px - std::floor(px);
-        return fx >= LineEdgeMargin && fx <= 1.0 - LineEdgeMargin;
+        const double fx = windowPoint(xOf(i), 0.0).x() - double(column);
+        return fx >= SnapStep && fx <= 1.0 - SnapStep;
     };
     quint64 a = from;
     while (a < to && !inner(a))
