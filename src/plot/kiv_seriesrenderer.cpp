@@ -518,13 +518,13 @@ void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint6
     const long c = long(std::floor(px));
     long litLow = rows + 1;
     long litHigh = -2;
-    const double rowScale = m.sy * halfHeight;
-    const double rowOffset = (m.oy * m.sy + 1.0) * halfHeight;
-    // The first and last samples of a column lie nearest its edges.
+    const float half = float(halfHeight);
+    const double rowsInSteps = double(rows + 1) / SnapStep;
+    // The first and last samples of a column lie nearest its edges; a point a sub-pixel step
+    // inside its pixel once snapped lights that pixel.
     auto safeX = [&](quint64 i) {
-        const double p = ((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx + 1.0) * halfWidth;
-        const double fx = p - std::floor(p);
-        return fx > EdgeMargin && fx < 1.0 - EdgeMargin;
+        const double fx = windowPoint((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx, 0.0).x() - double(c);
+        return fx >= SnapStep && fx <= 1.0 - SnapStep;
     };
     quint64 innerFrom = from;
     while (innerFrom < to && !safeX(innerFrom))
@@ -542,12 +542,14 @@ void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint6
                 continue;
             lo = std::min(lo, val);
             hi = std::max(hi, val);
-            const double py = val * rowScale + rowOffset;
-            if (!(py > -1.0 && py < double(rows) + 1.0))
+            // The rasteriser's window row in sub-pixel steps (see windowPoint()).
+            const float wy = float((val + m.oy) * m.sy) * half + half;
+            const double steps = std::round(double(wy) / SnapStep);
+            if (!(steps > -1.0 / SnapStep && steps < rowsInSteps))
                 continue;
-            const double r = std::floor(py);
-            const double fy = py - r;
-            if (fy > EdgeMargin && fy < 1.0 - EdgeMargin) {
+            const double r = std::floor(steps * SnapStep);
+            const double fy = steps * SnapStep - r;
+            if (fy >= SnapStep && fy <= 1.0 - SnapStep) {
                 const long row = long(r);
                 rowColumn[size_t(row + 1)] = c;
                 litLow = std::min(litLow, row);
