@@ -8,6 +8,10 @@
 #include <climits>
 #include <cmath>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 // Series with more samples than this per pixel column are reduced.
@@ -25,6 +29,52 @@ constexpr double SnapStep = 1.0 / 256.0;
 // Samples kept per extreme row of a line column (with their neighbours); a flat column may
 // have more, whose effect on that one pixel row is then approximated.
 constexpr size_t MaxRowSamples = 48;
+
+// Widens lo .. hi by the n values at p.
+inline void minMax(const double *p, quint64 n, double &lo, double &hi)
+{
+    quint64 k = 0;
+#ifdef __SSE2__
+    __m128d lo0 = _mm_set1_pd(lo), lo1 = lo0, hi0 = _mm_set1_pd(hi), hi1 = hi0;
+    for (; k + 4 <= n; k += 4) {
+        const __m128d a = _mm_loadu_pd(p + k);
+        const __m128d b = _mm_loadu_pd(p + k + 2);
+        lo0 = _mm_min_pd(lo0, a);
+        lo1 = _mm_min_pd(lo1, b);
+        hi0 = _mm_max_pd(hi0, a);
+        hi1 = _mm_max_pd(hi1, b);
+    }
+    double l[2], h[2];
+    _mm_storeu_pd(l, _mm_min_pd(lo0, lo1));
+    _mm_storeu_pd(h, _mm_max_pd(hi0, hi1));
+    lo = std::min(l[0], l[1]);
+    hi = std::max(h[0], h[1]);
+#endif
+    for (; k < n; ++k) {
+        lo = std::min(lo, p[k]);
+        hi = std::max(hi, p[k]);
+    }
+}
+
+// Whether any of the four values at p is at or below `low` or at or above `high`.
+inline bool anyOutside(const double *p, double low, double high)
+{
+#ifdef __SSE2__
+    const __m128d l = _mm_set1_pd(low);
+    const __m128d h = _mm_set1_pd(high);
+    const __m128d a = _mm_loadu_pd(p);
+    const __m128d b = _mm_loadu_pd(p + 2);
+    const __m128d out = _mm_or_pd(_mm_or_pd(_mm_cmple_pd(a, l), _mm_cmpge_pd(a, h)),
+                                  _mm_or_pd(_mm_cmple_pd(b, l), _mm_cmpge_pd(b, h)));
+    return _mm_movemask_pd(out) != 0;
+#else
+    for (int k = 0; k < 4; ++k) {
+        if (p[k] <= low || p[k] >= high)
+            return true;
+    }
+    return false;
+#endif
+}
 
 // One bar as a quad from the zero line `base` up (or down) to `y`, `width` wide.
 inline void emitBar(double x, double y, double base, double width)
@@ -620,33 +670,9 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
 {
     double lo = HUGE_VAL;
     double hi = -HUGE_VAL;
-    bool gap = false;
-    forRange(from, to, 1, [&](const double *p, quint64 n, quint64) {
-        // Two lanes: independent chains run side by side.
-        double lo2 = lo;
-        double hi2 = hi;
-        bool gap2 = false;
-        quint64 k = 0;
-        for (; k + 2 <= n; k += 2) {
-            const double a = p[k];
-            const double b = p[k + 1];
-            gap |= a == Gap;
-            gap2 |= b == Gap;
-            lo = a < lo ? a : lo;
-            lo2 = b < lo2 ? b : lo2;
-            hi = a > hi ? a : hi;
-            hi2 = b > hi2 ? b : hi2;
-        }
-        if (k < n) {
-            const double a = p[k];
-            gap |= a == Gap;
-            lo = a < lo ? a : lo;
-            hi = a > hi ? a : hi;
-        }
-        gap |= gap2;
-        lo = lo2 < lo ? lo2 : lo;
-        hi = hi2 > hi ? hi2 : hi;
-    });
+    forRange(from, to, 1, [&](const double *p, quint64 n, quint64) { minMax(p, n, lo, hi); });
+    // Stored values are finite or the gap marker, the largest double.
+    const bool gap = hi == Gap;
     if (gap || !(lo <= hi)) {
         addSlots(m, from, to, first, slot0);
         return;
@@ -737,6 +763,13 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
     bool beforeBottom = false;
     forRange(from, to, 1, [&](const double *q, quint64 n, quint64 i0) {
         for (quint64 k = 0; k < n; ++k) {
+            // Most samples lie in neither row: skip them four at a time.
+            if ((k & 3) == 0 && k + 4 <= n && !anyOutside(q + k, bottomTo, topFrom)) {
+                before = q[k + 3];
+                beforeTop = beforeBottom = false;
+                k += 3;
+                continue;
+            }
             const double val = q[k];
             if (!(val >= topFrom || val <= bottomTo)) {
                 before = val;
