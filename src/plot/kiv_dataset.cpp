@@ -126,6 +126,9 @@ public:
     // Receivers of needUpdate(): emitting to none still costs a walk through Qt's
     // connection data, a third of a sample's cost.
     std::atomic<int> updateReceivers{0};
+    // Moves on whenever the drawn samples or the label formats may change: a drawing of the
+    // same generation, box and view is drawn again without reading the samples.
+    std::atomic<quint64> generation{0};
     double aspect = 1.0;
     double pixelRatio = 1.0;
     QColor color;
@@ -346,6 +349,7 @@ void KivDataSetPrivate::moveToFront(SampleQueue &src)
 
 void KivDataSetPrivate::zeroDisplay()
 {
+    ++generation;
     const int dims = int(style & KivDataStyleDimensionMask) + 1;
     if (maxItemCount == 0 || dims > 3)
         return;
@@ -505,6 +509,7 @@ void KivDataSet::setData(unsigned long index, double value)
         if (!b)
             return;
         b->values[b->start + i] = finiteOrGap(value);
+        ++d->generation;
     }
     announceUpdate();
 }
@@ -574,6 +579,7 @@ void KivDataSet::flush(velo::LockReadWrite &guard)
         d->scopeOffset = wrapSlot(d->scopeOffset, d->addAtBack ? shift : -shift, d->maxItemCount);
     }
     if (src.size() > 0) {
+        ++d->generation;
         switch (d->style & KivDataStyleDimensionMask) {
         case 0:
             d->addAtBack ? d->moveToBack<1>(src) : d->moveToFront<1>(src);
@@ -928,6 +934,7 @@ void KivDataSet::setLabelFormat(const QString &format)
     }
     d->oneValueFormat = std::move(utf8);
     d->twoValueFormat = d->oneValueFormat + ", " + d->oneValueFormat;
+    ++d->generation;
 }
 
 bool KivDataSet::isValidLabelFormat(const QString &format)
@@ -991,6 +998,7 @@ void KivDataSet::display(const velo::MatrixF<3, 2> &box)
     view.pixelRatio = d->pixelRatio;
     view.oneValueFormat = &d->oneValueFormat;
     view.twoValueFormat = &d->twoValueFormat;
+    view.generation = d->generation.load(std::memory_order_relaxed);
     // The viewport is what the rasteriser maps to pixels.
     GLint viewport[4] = {0, 0, 0, 0};
     glGetIntegerv(GL_VIEWPORT, viewport);

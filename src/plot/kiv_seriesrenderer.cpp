@@ -173,47 +173,88 @@ void KivSeriesRenderer::draw(const KivSeriesView &view, const velo::MatrixF<3, 2
 
     glLineWidth(GLfloat(view.pixelRatio));
     glPointSize(GLfloat(view.pixelRatio));
+    const bool scope = view.maxItemCount > 0 && (view.style & 0x103) == KivDataStyleScope;
     const bool reduce = decimate && reducible(dims, width) && height > 0;
-    if (view.maxItemCount > 0 && (view.style & 0x103) == KivDataStyleScope) {
-        if (!reduce) {
-            drawScope(m, slotCount);
-        } else {
-            buildSpans(1);
-            startReduction(width, height);
+    const ReplayKey key = replayKey(view, box, width, height);
+    bool drawn = false;
+    if (reduce && replayValid && key == replay) {
+        result = replayDrawing;
+        drawReduced(m, slotCount, dims);
+        drawn = true;
+    } else if (reduce) {
+        buildSpans(scope ? 1 : dims);
+        startReduction(width, height);
+        if (scope) {
             const quint64 cursor = view.scopeOffset >= 0 && quint64(view.scopeOffset) < slotCount
                                        ? quint64(view.scopeOffset) : 0;
-            drawCursorLine((-1.0 + double(cursor) * m.slot + m.ox) * m.sx);
             const quint64 wrapAt = std::min(count, view.maxItemCount - cursor);
             reduceSlots(m, 0, wrapAt, cursor);
             breakStrip(); // no line crosses the graph at the wrap
             reduceSlots(m, wrapAt, count, 0);
-            emitReduced(m);
+            drawn = true;
+        } else if (dims == 1) {
+            reduceSlots(m, 0, count, 0);
+            drawn = true;
+        } else {
+            drawn = reduceXY(m);
         }
-    } else {
-        bool drawn = false;
-        if (reduce) {
-            buildSpans(dims);
-            startReduction(width, height);
-            if (dims == 1)
-                reduceSlots(m, 0, count, 0);
-            drawn = dims == 1 || reduceXY(m);
-            if (drawn) {
-                emitReduced(m);
+        if (drawn) {
+            flushColumn();
+            if (!scope)
                 findCurrent(m, dims);
-            }
+            drawReduced(m, slotCount, dims);
+            replay = key;
+            replayDrawing = result;
         }
-        if (!drawn) {
-            if (dims == 1)
-                drawSeries<1>(m);
-            else if (dims == 2)
-                drawSeries<2>(m);
-            else
-                drawSeries<3>(m);
-        }
-        drawCursorMark(m, slotCount, dims);
+    }
+    replayValid = drawn;
+    if (!drawn) {
+        if (scope)
+            drawScope(m, slotCount);
+        else if (dims == 1)
+            drawSeries<1>(m);
+        else if (dims == 2)
+            drawSeries<2>(m);
+        else
+            drawSeries<3>(m);
+        if (!scope)
+            drawCursorMark(m, slotCount, dims);
     }
     if (bar)
         glColor3f(0.0f, 0.0f, 0.0f);
+}
+
+// Draws what the reduction kept, with the scope cursor or the cursor mark.
+void KivSeriesRenderer::drawReduced(const Mapping &m, quint64 slotCount, int dims)
+{
+    const bool scope = v->maxItemCount > 0 && (v->style & 0x103) == KivDataStyleScope;
+    if (scope) {
+        const quint64 cursor = v->scopeOffset >= 0 && quint64(v->scopeOffset) < slotCount
+                                   ? quint64(v->scopeOffset) : 0;
+        drawCursorLine((-1.0 + double(cursor) * m.slot + m.ox) * m.sx);
+    }
+    emitReduced(m);
+    if (!scope)
+        drawCursorMark(m, slotCount, dims);
+}
+
+KivSeriesRenderer::ReplayKey KivSeriesRenderer::replayKey(const KivSeriesView &view, const velo::MatrixF<3, 2> &box,
+                                                          int width, int height)
+{
+    ReplayKey k{view.generation, view.count, view.maxItemCount, view.style, view.scopeOffset, view.pixelRatio,
+                {}, width, height};
+    for (int r = 0; r < 3; ++r) {
+        k.box[2 * r] = box(r, 0);
+        k.box[2 * r + 1] = box(r, 1);
+    }
+    return k;
+}
+
+bool KivSeriesRenderer::ReplayKey::operator==(const ReplayKey &o) const
+{
+    return generation == o.generation && count == o.count && maxItemCount == o.maxItemCount && style == o.style
+           && scopeOffset == o.scopeOffset && pixelRatio == o.pixelRatio
+           && std::equal(box, box + 6, o.box) && width == o.width && height == o.height;
 }
 
 unsigned KivSeriesRenderer::primitive(int dims) const
@@ -1147,18 +1188,17 @@ void KivSeriesRenderer::breakStrip()
         stripStarts.push_back(at);
 }
 
-void KivSeriesRenderer::emitReduced(const Mapping &m)
+void KivSeriesRenderer::emitReduced(const Mapping &m) const
 {
-    flushColumn();
     const size_t n = kept.size() / 2;
     const double *p = kept.data();
     switch (reduction) {
     case Reduction::Line:
         // One batch of separate segments: a strip lights the same pixels segment by segment.
-        stripStarts.push_back(n);
         beginPrimitive(GL_LINES);
-        for (size_t s = 0; s + 1 < stripStarts.size(); ++s) {
-            for (size_t k = stripStarts[s] + 1; k < stripStarts[s + 1]; ++k) {
+        for (size_t s = 0; s < stripStarts.size(); ++s) {
+            const size_t end = s + 1 < stripStarts.size() ? stripStarts[s + 1] : n;
+            for (size_t k = stripStarts[s] + 1; k < end; ++k) {
                 glVertex2d(p[2 * k - 2], p[2 * k - 1]);
                 glVertex2d(p[2 * k], p[2 * k + 1]);
             }

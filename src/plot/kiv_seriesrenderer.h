@@ -27,6 +27,8 @@ struct KivSeriesView
     double pixelRatio = 1.0; // device pixels per graph pixel: line width and point size
     const std::string *oneValueFormat = nullptr;
     const std::string *twoValueFormat = nullptr;
+    // Changes whenever the drawn samples or the label formats may have changed.
+    quint64 generation = 0;
 };
 
 // What a drawing records: the extents of the drawn samples (x, y, z rows of minimum and
@@ -129,7 +131,22 @@ private:
     void breakStrip();
     void flushColumn();
     void keep(double x, double y);
-    void emitReduced(const Mapping &m);
+    void emitReduced(const Mapping &m) const;
+
+    // What a reduced drawing depends on besides the stored values (the colour is applied when
+    // it is drawn).
+    struct ReplayKey
+    {
+        quint64 generation, count, maxItemCount;
+        unsigned long style;
+        long scopeOffset;
+        double pixelRatio;
+        double box[6];
+        int width, height;
+        bool operator==(const ReplayKey &o) const;
+    };
+    static ReplayKey replayKey(const KivSeriesView &view, const velo::MatrixF<3, 2> &box, int width, int height);
+    void drawReduced(const Mapping &m, quint64 slotCount, int dims);
 
     const KivSeriesView *v = nullptr;
     KivSeriesDrawing *out = nullptr;
@@ -137,6 +154,12 @@ private:
     bool join = false;
     bool breakAtGaps = true;
     double barWidth = 0.0;
+
+    // The last reduced drawing is drawn again as it was while its key stays the same: a
+    // graph repaints unchanged series whenever anything else on it changes.
+    bool replayValid = false;
+    ReplayKey replay{};
+    KivSeriesDrawing replayDrawing;
 
     // Reduction state; the vectors keep their capacity from frame to frame.
     Reduction reduction = Reduction::Line;

@@ -102,6 +102,56 @@ private slots:
         QCOMPARE(text, ds->currentValueText());
         QCOMPARE(position, ds->currentValuePosition());
     }
+
+    // An unchanged series is drawn again from what its last frame kept: every change to what
+    // it shows must still reach the next frame.
+    void redrawFollowsChanges_data()
+    {
+        QTest::addColumn<int>("change");
+        QTest::newRow("setData") << 0;
+        QTest::newRow("addData") << 1;
+        QTest::newRow("label format") << 2;
+        QTest::newRow("scope offset") << 3;
+        QTest::newRow("colour") << 4;
+        QTest::newRow("zeroData") << 5;
+        QTest::newRow("clear and refill") << 6;
+        QTest::newRow("zoom") << 7;
+    }
+
+    void redrawFollowsChanges()
+    {
+        QFETCH(int, change);
+        TestGraph g;
+        g.setAutoScaleMethod(KivNoAutoScale);
+        KivDataSet* ds = g.addDataSet(KivDataStyleLine, QColor(0, 90, 200), 100000);
+        fill(*ds, Series{0x0, 100000, 100000, Data::Noise, {}, {}, -1});
+        ds->setScopeOffset(50000);
+        g.setAxisScale('x', -1.0, 1.0);
+        g.setAxisScale('y', -7.0, 7.0);
+        QVERIFY(graphtest::showAt(g, 400, 300));
+        const QImage before = g.grabFramebuffer();
+        QCOMPARE(g.grabFramebuffer(), before);
+        switch (change) {
+        case 0: ds->setData(70000, 6.5); break;
+        case 1: ds->addData(6.5); break;
+        case 2: ds->setLabelFormat(QStringLiteral("%.1f")); break;
+        case 3: ds->setScopeOffset(20000); break;
+        case 4: ds->setColor(Qt::red); break;
+        case 5: ds->zeroData(); break;
+        case 6: ds->clear(); fill(*ds, Series{0x0, 100000, 100000, Data::Gaps, {}, {}, -1}); break;
+        case 7: g.setAxisScale('y', -6.0, 6.0); break;
+        }
+        const QImage reduced = g.grabFramebuffer();
+        const QString text = ds->currentValueText();
+        const velo::Matrix extents = ds->getLastMinMax();
+        ds->setDecimationEnabled(false);
+        const QImage full = g.grabFramebuffer();
+        QVERIFY(reduced != before || change == 2);
+        QVERIFY(reduced == full);
+        QCOMPARE(text, ds->currentValueText());
+        for (VoSize i = 0; i < 6; ++i)
+            QCOMPARE(extents(i / 2, i % 2), ds->getLastMinMax()(i / 2, i % 2));
+    }
 };
 
 QTEST_MAIN(TestGraphDecimation)
