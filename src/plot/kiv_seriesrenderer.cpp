@@ -925,10 +925,10 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
         || (!bottom.sure && bottom.doubts > RowJudgement::MaxDoubts))
         return false;
     auto xOf = [&](quint64 i) { return (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx; };
-    // Inner samples lie at least one sub-pixel step inside the column once snapped.
+    // Inner samples lie strictly inside the column once snapped.
     auto inner = [&](quint64 i) {
         const double fx = windowPoint(xOf(i), 0.0).x() - double(column);
-        return fx >= SnapStep && fx <= 1.0 - SnapStep;
+        return fx > 0.0 && fx < 1.0;
     };
     quint64 a = from;
     while (a < to && !inner(a))
