@@ -565,6 +565,7 @@ void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end
             reducePointColumn(m, i, e, first, slot0);
         i = e;
     }
+    flushPendingTail();
     flushColumn();
 }
 
@@ -715,6 +716,7 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
     // Stored values are finite or the gap marker, the largest double.
     const bool gap = hi == Gap;
     if (gap || !(lo <= hi)) {
+        flushPendingTail();
         addSlots(m, from, to, first, slot0);
         return;
     }
@@ -838,6 +840,7 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
     });
     if (runColumn(m, from, to, first, slot0, column, top, bottom))
         return;
+    flushPendingTail();
     // The first and last sample with their inner neighbours; the segment judged for a row
     // (ending at its witness) with the samples either side.
     for (quint64 i : {from + 1, to - 2}) {
@@ -939,11 +942,25 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
     if (b <= a + 1)
         return false;
     --b;
-    // The segments up to the first inner sample, and from the last one on, as they are.
-    forRange(from, a + 1, 1, [&](const double *p, quint64 n, quint64 i0) {
-        for (quint64 k = 0; k < n; ++k)
-            keep(xOf(i0 + k), (p[k] + m.oy) * m.sy);
-    });
+    const long low = bottom.sure ? bottom.row : bottom.row + 1;
+    const long high = top.sure ? top.row : top.row - 1;
+    // The segments up to the first inner sample, and from the last one on, as they are, but
+    // for those across the left edge that stay within the runs either side of it.
+    if (pendingRun.column == column - 1 && !pendingTail.empty()) {
+        forRange(from, a + 1, 1, [&](const double *p, quint64 n, quint64 i0) {
+            for (quint64 k = 0; k < n; ++k) {
+                pendingTail.push_back(xOf(i0 + k));
+                pendingTail.push_back((p[k] + m.oy) * m.sy);
+            }
+        });
+        keepAcrossEdge(pendingRun, ColumnRun{column, low, high});
+    } else {
+        flushPendingTail();
+        forRange(from, a + 1, 1, [&](const double *p, quint64 n, quint64 i0) {
+            for (quint64 k = 0; k < n; ++k)
+                keep(xOf(i0 + k), (p[k] + m.oy) * m.sy);
+        });
+    }
     breakStrip();
     // A row that only some segments may light is left to those segments, drawn as they are.
     for (const RowJudgement *row : {&top, &bottom}) {
@@ -956,19 +973,56 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
             breakStrip();
         }
     }
+    // The tail waits for the next column's run.
     forRange(b, to, 1, [&](const double *p, quint64 n, quint64 i0) {
-        for (quint64 k = 0; k < n; ++k)
-            keep(xOf(i0 + k), (p[k] + m.oy) * m.sy);
+        for (quint64 k = 0; k < n; ++k) {
+            pendingTail.push_back(xOf(i0 + k));
+            pendingTail.push_back((p[k] + m.oy) * m.sy);
+        }
     });
+    pendingRun = ColumnRun{column, low, high};
     previous = Kept{to - 1, xOf(to - 1), (*sampleAt(to - 1, 1) + m.oy) * m.sy};
-    const long low = bottom.sure ? bottom.row : bottom.row + 1;
-    const long high = top.sure ? top.row : top.row - 1;
     if (low <= high) {
         runs.push_back((double(column) + 0.5) / halfWidth - 1.0);
         runs.push_back((double(low) + 0.25) / halfHeight - 1.0);
         runs.push_back((double(high + 1) + 0.25) / halfHeight - 1.0);
     }
     return true;
+}
+
+// Keeps the segments of the pending polyline around the edge between the columns of `left`
+// and `right`. Such a segment lies within a pixel of that edge, so it lights pixels of these
+// two columns only, within the rows its ends reach: where both runs cover those rows (with a
+// row to spare), it adds nothing.
+void KivSeriesRenderer::keepAcrossEdge(const ColumnRun &left, const ColumnRun &right)
+{
+    const size_t n = pendingTail.size() / 2;
+    const double *p = pendingTail.data();
+    const long low = std::max(left.low, right.low);
+    const long high = std::min(left.high, right.high);
+    auto rowOf = [&](double y) { return long(std::floor((y + 1.0) * halfHeight)); };
+    size_t lastKept = ~size_t(0);
+    for (size_t k = 0; k + 1 < n; ++k) {
+        const long ra = rowOf(p[2 * k + 1]);
+        const long rb = rowOf(p[2 * k + 3]);
+        if (std::min(ra, rb) - 1 >= low && std::max(ra, rb) + 1 <= high)
+            continue;
+        if (lastKept != k) {
+            startStrip();
+            keep(p[2 * k], p[2 * k + 1]);
+        }
+        keep(p[2 * k + 2], p[2 * k + 3]);
+        lastKept = k + 1;
+    }
+    pendingTail.clear();
+}
+
+// Keeps the tail of the last run column as it is when no run follows it.
+void KivSeriesRenderer::flushPendingTail()
+{
+    for (size_t k = 0; k + 1 < pendingTail.size(); k += 2)
+        keep(pendingTail[k], pendingTail[k + 1]);
+    pendingTail.clear();
 }
 
 // Reduces a 2-value series. A line whose x goes back anywhere cannot be reduced by columns:
@@ -1044,6 +1098,8 @@ void KivSeriesRenderer::startReduction(int width, int height)
     kept.clear();
     runs.clear();
     stripStarts.assign(1, 0);
+    pendingTail.clear();
+    pendingRun = ColumnRun{};
     columnOpen = false;
     previous = Kept{};
     if (reduction == Reduction::Points)
@@ -1182,7 +1238,13 @@ void KivSeriesRenderer::flushColumn()
 
 void KivSeriesRenderer::breakStrip()
 {
+    flushPendingTail();
     flushColumn();
+    startStrip();
+}
+
+void KivSeriesRenderer::startStrip()
+{
     const size_t at = kept.size() / 2;
     if (stripStarts.back() != at)
         stripStarts.push_back(at);

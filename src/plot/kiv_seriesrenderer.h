@@ -10,6 +10,8 @@
 #include <QPointF>
 #include <QString>
 
+#include <climits>
+
 #include <string>
 #include <vector>
 
@@ -121,6 +123,14 @@ private:
     void reduceSlots(const Mapping &m, quint64 first, quint64 end, quint64 slot0);
     void addSlots(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
     void reduceLineColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
+    // Rows low .. high of a column drawn as one run (none where low > high).
+    struct ColumnRun
+    {
+        long column = LONG_MIN, low = 0, high = -1;
+    };
+    void keepAcrossEdge(const ColumnRun &left, const ColumnRun &right);
+    void flushPendingTail();
+    void startStrip();
     bool runColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0, long column,
                    const RowJudgement &top, const RowJudgement &bottom);
     void reducePointColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
@@ -168,6 +178,8 @@ private:
     std::vector<size_t> stripStarts;  // indices into kept (in vertices) where a new strip begins
     std::vector<long> rowColumn;      // points: per pixel row, the column last lit there
     std::vector<double> runs;         // x, y from, y to of vertical runs of lit pixels
+    std::vector<double> pendingTail;  // x, y of a run column's last samples, kept once the next is known
+    ColumnRun pendingRun;
     double halfWidth = 0.0, halfHeight = 0.0;
     long columns = 0, rows = 0;
     bool columnOpen = false;
