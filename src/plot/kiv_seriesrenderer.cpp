@@ -656,7 +656,8 @@ void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint6
     mm[3] = hi;
     // Each run of lit pixels in the column becomes one vertical segment through the pixel
     // centres, from a quarter into its first pixel to a quarter into the pixel above its
-    // last: under the diamond-exit rule it lights exactly the run.
+    // last: under the diamond-exit rule it lights exactly the run. A lone pixel becomes a
+    // point at its centre.
     const double xc = (double(c) + 0.5) / halfWidth - 1.0;
     for (long r = litLow; r <= litHigh;) {
         if (rowColumn[size_t(r + 1)] != c) {
@@ -666,6 +667,11 @@ void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint6
         long end = r + 1;
         while (end <= litHigh && rowColumn[size_t(end + 1)] == c)
             ++end;
+        if (end == r + 1) {
+            keep(xc, (double(r) + 0.5) / halfHeight - 1.0); // a point costs less than a line
+            r = end;
+            continue;
+        }
         runs.push_back(xc);
         runs.push_back((double(r) + 0.25) / halfHeight - 1.0);
         runs.push_back((double(end) + 0.25) / halfHeight - 1.0);

@@ -61,6 +61,7 @@ private slots:
         QTest::newRow("monotonic XY") << Series{0x1, 0, 300000, Data::Monotonic, {-10, 310, -7, 7}, size, 5000};
         QTest::newRow("non-monotonic XY") << Series{0x1, 0, 100000, Data::Walk, {-300, 300, -7, 7}, size, 5000};
         QTest::newRow("points") << Series{0x10, 0, 1000000, Data::Noise, window, size, 300000};
+        QTest::newRow("sparse points") << Series{0x10, 0, 8000, Data::Noise, window, size, -1};
         QTest::newRow("XY points") << Series{0x11, 0, 300000, Data::Walk, {-300, 300, -7, 7}, size, -1};
         QTest::newRow("bars") << Series{0x20, 100000, 100000, Data::Noise, window, size, 5};
         QTest::newRow("zoomed window") << Series{0x0, 0, 1000000, Data::Gaps, {-0.31, -0.3, -3, 3}, size, -1};
