@@ -682,7 +682,7 @@ void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint6
 
 // Whether the segment a -> b (window pixels) lights the pixel centred at `centre` under the
 // diamond-exit rule: it must pass through the pixel's diamond (|dx| + |dy| < 1/2) and end
-// outside it. Within a sixty-fourth of a pixel of either limit the answer is Maybe.
+// outside it. Within two sub-pixel steps of either limit the answer is Maybe.
 KivSeriesRenderer::Light KivSeriesRenderer::lights(const QPointF &a, const QPointF &b, const QPointF &centre)
 {
     const double dx = b.x() - a.x();
@@ -704,7 +704,7 @@ KivSeriesRenderer::Light KivSeriesRenderer::lights(const QPointF &a, const QPoin
             least = std::min(least, distance(t));
     }
     const double end = distance(1.0);
-    const double margin = 1.0 / 64.0;
+    const double margin = 1.0 / 128.0;
     if (least > 0.5 + margin || end < 0.5 - margin)
         return Light::Never;
     if (least < 0.5 - margin && end > 0.5 + margin)
