@@ -1,9 +1,10 @@
+// KivGraph: the object, its data sets, display state and update cycle.
+
 #include "kiv_graph.h"
 #include "kiv_graph_p.h"
 #include "kiv_dataset.h"
 #include "kiv_updaterelay.h"
 
-#include <QOpenGLPaintDevice>
 #include <QThread>
 
 KivGraphPrivate::KivGraphPrivate(KivGraph* graph)
@@ -15,19 +16,6 @@ KivGraphPrivate::KivGraphPrivate(KivGraph* graph)
 {
     for (int i = 0; i < AxisCount; ++i)
         axes.append(KivAxisInfo());
-}
-
-const KivDataSet* KivGraphPrivate::timeSeriesWindow() const
-{
-    if (q->dimensions() != 1 || dataSets.first()->getMaxItemCount() == 0)
-        return nullptr;
-    return dataSets.first();
-}
-
-bool KivGraphPrivate::hasCategories() const
-{
-    const KivDataSet* window = timeSeriesWindow();
-    return window && window->hasStyle(KivDataStyleBar, KivDataStyleShapeMask);
 }
 
 KivGraph::KivGraph(QWidget* parent)

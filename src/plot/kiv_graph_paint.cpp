@@ -98,6 +98,19 @@ void drawScrollBar(const GraphRect& track, const GraphRect& slider, bool sliderA
 
 } // namespace
 
+const KivDataSet* KivGraphPrivate::timeSeriesWindow() const
+{
+    if (q->dimensions() != 1 || dataSets.first()->getMaxItemCount() == 0)
+        return nullptr;
+    return dataSets.first();
+}
+
+bool KivGraphPrivate::hasCategories() const
+{
+    const KivDataSet* window = timeSeriesWindow();
+    return window && window->hasStyle(KivDataStyleBar, KivDataStyleShapeMask);
+}
+
 // Frame order: background and grid, then the series from the last to the first so that
 // the first series ends on top, then overlays, then the text layer with QPainter.
 void KivGraph::paintGL()
