@@ -133,10 +133,7 @@ KivWidget::KivWidget(QWidget* parent)
 {
 }
 
-KivWidget::~KivWidget()
-{
-    delete d;
-}
+KivWidget::~KivWidget() = default;
 
 int KivWidget::rows() const
 {

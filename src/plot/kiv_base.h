@@ -12,6 +12,8 @@
 #include <QImage>
 #include <QWidget>
 
+#include <memory>
+
 class KivControlInterface;
 class QPainter;
 class KivGraphWidget;
@@ -177,7 +179,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    KivWidgetPrivate* const d;
+    std::unique_ptr<KivWidgetPrivate> const d;
 };
 
 #endif // KIV_BASE_H

@@ -47,9 +47,9 @@ void KivExport::setGlRatio(QWidget* widget, qreal ratio)
     for (QOpenGLWidget* gl : glWidgets(widget)) {
         const qreal before = gl->devicePixelRatioF();
         if (auto* graph = qobject_cast<KivGraph*>(gl))
-            graph->m_exportRatio = ratio;
+            graph->setExportRatio(ratio);
         else if (auto* view = qobject_cast<KivGraph3D*>(gl))
-            view->exportRatio = ratio;
+            view->setExportRatio(ratio);
         else
             continue;
         // A resize event is what makes a QOpenGLWidget size its frame buffer anew.

@@ -5,12 +5,9 @@
 #include "kiv_axisinfo.h"
 #include "velo_matrix.h"
 
-#include <QAtomicInt>
 #include <QColor>
-#include <QElapsedTimer>
 #include <QImage>
 #include <QList>
-#include <QMap>
 #include <QOpenGLFunctions>
 #include <QOpenGLWidget>
 #include <QPoint>
@@ -23,8 +20,8 @@
 
 class KivDataSet;
 class KivExport;
-class KivUpdateRelay;
-class QOpenGLPaintDevice;
+class KivGraphGestures;
+class KivGraphPrivate;
 class QPainter;
 
 /*!
@@ -49,8 +46,6 @@ public:
     };
     Q_ENUM(ControlState)
 
-    // ======================= Pointer interaction (kiv_graph_pointer.cpp) =======================
-public:
     struct ZoomMode {
         enum Type {
             ZoomIn = 0, //!< the rectangle becomes the visible range
@@ -84,75 +79,10 @@ public:
         bool validZoom() const;
     };
 
-    //! The record of \a button; a default one is created on first use.
-    PanZoomInfo& getPanZoomInfo(Qt::MouseButton button);
-    //! The record of \a button, or a default record for a button never pressed.
-    const PanZoomInfo& getPanZoomInfo(Qt::MouseButton button) const;
-
-    bool isZooming() const;
-    bool isPanning() const;
-
-    // Widget pixels <-> graph space (-1..1) <-> data units of a scale box.
-    void pointToGraphPos(const QPoint& p, QPointF& pos, bool clamp) const;
-    void graphPosToPoint(const QPointF& pos, QPoint& p) const;
-    QPointF clampPos(const QPointF& pos) const;
-    bool posValid(const QPointF& pos) const;
-    bool rectValid(const QPointF& topLeft, const QPointF& bottomRight) const;
-    void graphPosToScalePoint(const QPointF& pos, const velo::MatrixF<3, 2>& box, QPointF& out) const;
-    void scalePointToGraphPos(const QPointF& s, const velo::MatrixF<3, 2>& box, QPointF& out) const;
-
-    //! (true, button) while a gesture runs, the left button first; else (false, Qt::NoButton).
-    std::pair<bool, Qt::MouseButton> isMouseButtonDown() const;
-    bool isHorizontalScrollBarSliderActive() const;
-    bool isVerticalScrollBarSliderActive() const;
-    bool isPointOnHorizontalScrollBarSlider(const QPoint& p, const velo::MatrixF<3, 2>& fullExtent) const;
-    bool isPointOnVerticalScrollBarSlider(const QPoint& p, const velo::MatrixF<3, 2>& fullExtent) const;
-
-    // Gestures, public so that a host can drive them without Qt events.
-    void handleMouseDown(Qt::MouseButton button, const QPoint& p);
-    void handleMouseUp(Qt::MouseButton button, const QPoint& p);
-    void handleMouseMove(Qt::MouseButton button, const QPoint& p);
-    void handleMouseDoubleClick(Qt::MouseButton button, const QPoint& p);
-    void calculateAutoZoomRect(const QPointF& centre, QPointF& topLeft, QPointF& bottomRight,
-                               double zoomX, double zoomY) const;
-    void updateZoomRectangle(const QPointF& centre, KivGraph::PanZoomInfo& r, double zoomX, double zoomY);
-    void processZoomRectangle(const QPointF& topLeft, const QPointF& bottomRight,
-                              KivGraph::ZoomMode::Type mode, KivGraph::ScaleInfo& info);
-    //! Sets the x and y scales from \a info as given, then applies the limits.
-    void applyScaleLimits(const KivGraph::ScaleInfo& info, QList<KivAxisInfo>& axes);
-    //! Snaps visible ends that lie on the full extent's 3 % margin onto it.
-    void applyPanLimits(const velo::MatrixF<3, 2>& fullExtent, QList<KivAxisInfo>& axes);
-
-protected:
-    void mousePressEvent(QMouseEvent* e) override;
-    void mouseReleaseEvent(QMouseEvent* e) override;
-    void mouseDoubleClickEvent(QMouseEvent* e) override;
-    void mouseMoveEvent(QMouseEvent* e) override;
-    void wheelEvent(QWheelEvent* e) override;
-    void leaveEvent(QEvent* e) override;
-
-private:
-    //! Zoom-rectangle corner labels and the measure read-out, at the end of the foreground.
-    void drawPointerText(QPainter* painter);
-    void drawZoomCornerLabels(QPainter* painter, const PanZoomInfo& r);
-    void drawMeasureText(QPainter* painter);
-    //! Text of a visible x or y value for the pointer labels.
-    QString pointerValueText(int axis, double value) const;
-
-    //! A zoom while all samples are shown keeps the sample window and zooms y only.
-    bool zoomSpansAllSamples() const;
-    void moveGesture(Qt::MouseButton button, PanZoomInfo& r, const QPoint& p);
-    void moveMeasureCursor(const QPoint& p);
-    ScaleInfo currentScaleInfo() const;
-
-    QMap<Qt::MouseButton, PanZoomInfo> m_panZoom;
-    // =================================== End of pointer interaction ===================================
-
-public:
     explicit KivGraph(QWidget* parent = nullptr);
     ~KivGraph() override;
 
-    // Data sets; the graph owns them.
+    // ---- Data sets; the graph owns them ----
     KivDataSet* addDataSet(unsigned long style, const QColor& color, unsigned long maxItemCount);
     //! Deletes \a ds when the graph holds it; null deletes every data set.
     void removeDataSet(KivDataSet* ds);
@@ -176,6 +106,7 @@ public:
     long setScopeOffset_imp(long offset);
     long scopeOffset() const;
 
+    // ---- Display state ----
     void setBackgroundColor(double r, double g, double b);
     //! 0xRRGGBB; higher bits are ignored.
     void setBackgroundColor(unsigned long rgb);
@@ -192,10 +123,13 @@ public:
     bool isMeasureShown() const;
 
     ControlState getControlState() const;
+    bool isZooming() const;
+    bool isPanning() const;
     KivAutoScaleMethod getAutoScaleMethod() const;
     bool isEqualAxesEnabled() const;
     bool isShowingAllSamples() const;
 
+    // ---- Update cycle ----
     //! Batch changes; endUpdate() repaints once.
     void beginUpdate();
     void endUpdate();
@@ -206,7 +140,7 @@ public:
     //! A repaint was requested and no frame has been drawn since.
     bool isUpdateRequested() const;
 
-    // Axes. An identifier other than x, y, z (either case) addresses all three axes.
+    // ---- Axes and scaling. An identifier other than x, y, z (either case) addresses all three axes ----
     void setAxisLabel(char axis, const char* text);
     void setAxisStyle(char axis, unsigned long style);
     void setAxisUnits(char axis, unsigned long units);
@@ -223,11 +157,48 @@ public:
     void recalculateScales(QList<KivAxisInfo>& axes);
     //! Holds one axis inside its limits and minimum span.
     void applyScaleBounds(KivAxisInfo& axis) const;
+    //! Sets the x and y scales from \a info as given, then applies the limits.
+    void applyScaleLimits(const KivGraph::ScaleInfo& info, QList<KivAxisInfo>& axes);
     //! Union of the newest extents of the visible, non-empty data sets; zeros without one.
     velo::MatrixF<3, 2> calculateMinMaxScales() const;
     //! Sample index of a normalised x position in a time-series window.
     double calculateItemXIndex(const KivDataSet& ds, double x) const;
 
+    // ---- Widget pixels <-> graph space (-1..1) <-> data units of a scale box ----
+    void pointToGraphPos(const QPoint& p, QPointF& pos, bool clamp) const;
+    void graphPosToPoint(const QPointF& pos, QPoint& p) const;
+    QPointF clampPos(const QPointF& pos) const;
+    bool posValid(const QPointF& pos) const;
+    bool rectValid(const QPointF& topLeft, const QPointF& bottomRight) const;
+    void graphPosToScalePoint(const QPointF& pos, const velo::MatrixF<3, 2>& box, QPointF& out) const;
+    void scalePointToGraphPos(const QPointF& s, const velo::MatrixF<3, 2>& box, QPointF& out) const;
+
+    // ---- Pointer gestures, public so that a host can drive them without Qt events ----
+    //! The record of \a button; a default one is created on first use.
+    PanZoomInfo& getPanZoomInfo(Qt::MouseButton button);
+    //! The record of \a button, or a default record for a button never pressed.
+    const PanZoomInfo& getPanZoomInfo(Qt::MouseButton button) const;
+
+    //! (true, button) while a gesture runs, the left button first; else (false, Qt::NoButton).
+    std::pair<bool, Qt::MouseButton> isMouseButtonDown() const;
+    bool isHorizontalScrollBarSliderActive() const;
+    bool isVerticalScrollBarSliderActive() const;
+    bool isPointOnHorizontalScrollBarSlider(const QPoint& p, const velo::MatrixF<3, 2>& fullExtent) const;
+    bool isPointOnVerticalScrollBarSlider(const QPoint& p, const velo::MatrixF<3, 2>& fullExtent) const;
+
+    void handleMouseDown(Qt::MouseButton button, const QPoint& p);
+    void handleMouseUp(Qt::MouseButton button, const QPoint& p);
+    void handleMouseMove(Qt::MouseButton button, const QPoint& p);
+    void handleMouseDoubleClick(Qt::MouseButton button, const QPoint& p);
+    void calculateAutoZoomRect(const QPointF& centre, QPointF& topLeft, QPointF& bottomRight,
+                               double zoomX, double zoomY) const;
+    void updateZoomRectangle(const QPointF& centre, KivGraph::PanZoomInfo& r, double zoomX, double zoomY);
+    void processZoomRectangle(const QPointF& topLeft, const QPointF& bottomRight,
+                              KivGraph::ZoomMode::Type mode, KivGraph::ScaleInfo& info);
+    //! Snaps visible ends that lie on the full extent's 3 % margin onto it.
+    void applyPanLimits(const velo::MatrixF<3, 2>& fullExtent, QList<KivAxisInfo>& axes);
+
+    // ---- Painting ----
     //! Time label of sample position \a x of a time series.
     QString generateTimeString(const KivDataSet& ds, double x) const;
     bool isHorizontalScrollbarVisible(const velo::MatrixF<3, 2>& box) const;
@@ -253,9 +224,8 @@ public slots:
     void setDisplayUnits(bool imperial);
 
 public:
-    // Export (kiv_graph_export.cpp), on the GUI thread. An invalid size means the graph's own
-    // size; a scale of 0 means the screen's device pixel ratio. Works on a graph that was
-    // never shown.
+    // ---- Export, on the GUI thread. An invalid size means the graph's own size; a scale of
+    // 0 means the screen's device pixel ratio. Works on a graph that was never shown ----
     //! The picture as drawn, tick labels included, at \a size logical pixels times \a scale.
     QImage toImage(const QSize& size = QSize(), qreal scale = 0.0);
     //! PNG, JPEG or BMP by the suffix of \a path, or PDF (one page holding the raster
@@ -283,6 +253,14 @@ protected slots:
     void applyScaleLimits(QList<KivAxisInfo>& axes);
 
 protected:
+    // Pointer events go to the gestures.
+    void mousePressEvent(QMouseEvent* e) override;
+    void mouseReleaseEvent(QMouseEvent* e) override;
+    void mouseDoubleClickEvent(QMouseEvent* e) override;
+    void mouseMoveEvent(QMouseEvent* e) override;
+    void wheelEvent(QWheelEvent* e) override;
+    void leaveEvent(QEvent* e) override;
+
     void initializeGL() override;
     void resizeGL(int w, int h) override;
     void paintGL() override;
@@ -316,50 +294,13 @@ protected:
 
 private:
     friend class KivExport;
+    friend class KivGraphGestures;
+    friend class KivGraphPrivate;
 
-    void resizeGraph(int w, int h);
-    void drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>& box);
-    void drawCategoryLabels(QPainter* painter);
+    //! Pixel ratio of an export under way; 0 ends it.
+    void setExportRatio(qreal ratio);
 
-    struct UpdateThrottle {
-        KivGraph* target = nullptr;
-        void (KivGraph::*call)() = nullptr;
-        qint64 intervalMs = 25;
-        QElapsedTimer timer;
-        bool force = false; //!< lets the next request through regardless of the interval
-    };
-
-    UpdateThrottle m_throttle;
-    //! Brings producers' repaint requests to this thread, one pending call at a time.
-    KivUpdateRelay* m_relay = nullptr;
-    QList<KivAxisInfo> m_axes;
-    QList<KivDataSet*> m_dataSets;
-    KivAutoScaleMethod m_autoScaleMethod = KivNoAutoScale;
-    bool m_frozen = false;
-    ControlState m_controlState = ControlNone;
-    bool m_equalAxes = false;
-    bool m_heightBasedGrid = true; //!< grid steps follow the widget size
-    char m_lastAxisSet = 0;
-    int m_axisLink = 0;
-    QColor m_backgroundColor;
-    QAtomicInt m_painting;
-    QString m_noDataText;
-    QString m_validRangeText;
-    QString m_graphText;
-    double m_validMin = 0.0;
-    double m_validMax = 0.0;
-    bool m_imperial = false;
-    bool m_updateRequested = false;
-    bool m_inUpdate = false;
-    bool m_showAllSamples = false;
-    bool m_showMeasure = false;
-    //! Scope offset saved while the measure cursor moves it; -2 when nothing is saved.
-    int m_measureIndex = -2;
-    //! The measure cursor follows the pointer only while this is non-zero.
-    int m_measureAllowed = 1;
-    //! Device pixel ratio of an export under way; 0 outside exports.
-    qreal m_exportRatio = 0.0;
-    std::unique_ptr<QOpenGLPaintDevice> m_frameDevice;
+    std::unique_ptr<KivGraphPrivate> const d;
 };
 
 #endif // KIV_GRAPH_H

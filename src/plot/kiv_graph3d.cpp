@@ -46,6 +46,16 @@ void setGLColor(const QColor& c)
 
 } // namespace
 
+class KivGraph3DPrivate
+{
+public:
+    //! Device pixel ratio of an export under way; 0 outside exports.
+    qreal exportRatio = 0.0;
+    KivUpdateRelay* updateRelay = nullptr;
+    //! Blank cursors this view has pushed and not yet restored (one per button held).
+    int cursorOverrides = 0;
+};
+
 KivGraph3D::KivGraph3D(QWidget* parent)
     : QOpenGLWidget(parent)
     , baseProjection{-1.5, 1.5, -1.5, 1.5}
@@ -73,12 +83,13 @@ KivGraph3D::KivGraph3D(QWidget* parent)
     , shaftQuadric(gluNewQuadric())
     , headBaseQuadric(gluNewQuadric())
     , shaftBaseQuadric(gluNewQuadric())
-    , updateRelay(new KivUpdateRelay(this))
+    , d(new KivGraph3DPrivate)
 {
     qRegisterMetaType<KivGraph3D::ProjectionRect>();
-    connect(updateRelay, &KivUpdateRelay::updateRequested, this, [this] {
+    d->updateRelay = new KivUpdateRelay(this);
+    connect(d->updateRelay, &KivUpdateRelay::updateRequested, this, [this] {
         // update() coalesces what arrives until the frame; a later request may post again.
-        updateRelay->rearm();
+        d->updateRelay->rearm();
         update();
     });
     gluQuadricDrawStyle(shaftQuadric, GLU_FILL);
@@ -91,15 +102,15 @@ KivGraph3D::KivGraph3D(QWidget* parent)
 
 void KivGraph3D::scheduleUpdate()
 {
-    updateRelay->request();
+    d->updateRelay->request();
 }
 
 KivGraph3D::~KivGraph3D()
 {
     // Closed in the middle of a drag: give the pointer back to the application.
-    while (cursorOverrides > 0) {
+    while (d->cursorOverrides > 0) {
         QGuiApplication::restoreOverrideCursor();
-        --cursorOverrides;
+        --d->cursorOverrides;
     }
     gluDeleteQuadric(shaftQuadric);
     gluDeleteQuadric(headBaseQuadric);
@@ -282,7 +293,7 @@ void KivGraph3D::mousePressEvent(QMouseEvent* e)
 {
     // The pointer would only get in the way of the scene while dragging.
     QGuiApplication::setOverrideCursor(QCursor(Qt::BlankCursor));
-    ++cursorOverrides;
+    ++d->cursorOverrides;
     lastMousePos = e->pos();
     e->accept();
 }
@@ -290,9 +301,9 @@ void KivGraph3D::mousePressEvent(QMouseEvent* e)
 void KivGraph3D::mouseReleaseEvent(QMouseEvent* e)
 {
     // Only what this view pushed, so a stray release cannot pop someone else's cursor.
-    if (cursorOverrides > 0) {
+    if (d->cursorOverrides > 0) {
         QGuiApplication::restoreOverrideCursor();
-        --cursorOverrides;
+        --d->cursorOverrides;
     }
     e->accept();
 }
@@ -502,13 +513,18 @@ void KivGraph3D::renderTo(QPainter* painter, const QRectF& target)
     KivExport::renderTo(this, painter, target);
 }
 
+void KivGraph3D::setExportRatio(qreal ratio)
+{
+    d->exportRatio = ratio;
+}
+
 int KivGraph3D::metric(PaintDeviceMetric metric) const
 {
-    if (exportRatio > 0.0) {
+    if (d->exportRatio > 0.0) {
         if (metric == PdmDevicePixelRatio)
-            return qRound(exportRatio);
+            return qRound(d->exportRatio);
         if (metric == PdmDevicePixelRatioScaled)
-            return qRound(exportRatio * devicePixelRatioFScale());
+            return qRound(d->exportRatio * devicePixelRatioFScale());
     }
     return QOpenGLWidget::metric(metric);
 }

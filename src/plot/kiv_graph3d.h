@@ -12,10 +12,12 @@
 #include <QOpenGLWidget>
 #include <QPoint>
 
+#include <memory>
+
 class KivExport;
 class QPainter;
 struct GLUquadric;
-class KivUpdateRelay;
+class KivGraph3DPrivate;
 
 /*!
  * \brief A rotatable, zoomable 3D view in an orthographic projection.
@@ -159,11 +161,11 @@ protected:
 
 private:
     friend class KivExport;
-    //! Device pixel ratio of an export under way; 0 outside exports.
-    qreal exportRatio = 0.0;
-    KivUpdateRelay* updateRelay;
-    // Blank cursors this view has pushed and not yet restored (one per button held).
-    int cursorOverrides = 0;
+
+    //! Pixel ratio of an export under way; 0 ends it.
+    void setExportRatio(qreal ratio);
+
+    std::unique_ptr<KivGraph3DPrivate> const d;
 };
 
 Q_DECLARE_METATYPE(KivGraph3D::ProjectionRect)

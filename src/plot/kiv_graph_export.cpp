@@ -1,4 +1,5 @@
 #include "kiv_graph.h"
+#include "kiv_graph_p.h"
 #include "kiv_export_p.h"
 
 #include <QOpenGLPaintDevice>
@@ -37,13 +38,18 @@ bool KivGraph::saveCsv(const QString& path, KivDataSet* series, bool visibleOnly
     return csv.save(path);
 }
 
+void KivGraph::setExportRatio(qreal ratio)
+{
+    d->exportRatio = ratio;
+}
+
 int KivGraph::metric(PaintDeviceMetric metric) const
 {
-    if (m_exportRatio > 0.0) {
+    if (d->exportRatio > 0.0) {
         if (metric == PdmDevicePixelRatio)
-            return qRound(m_exportRatio);
+            return qRound(d->exportRatio);
         if (metric == PdmDevicePixelRatioScaled)
-            return qRound(m_exportRatio * devicePixelRatioFScale());
+            return qRound(d->exportRatio * devicePixelRatioFScale());
     }
     return QOpenGLWidget::metric(metric);
 }
@@ -53,12 +59,12 @@ void KivGraph::beginFramePainter(QPainter& painter)
     const qreal ratio = devicePixelRatioF();
     // A device per frame: it binds to the context current now, and the widget gets a new
     // context whenever it moves to another window.
-    m_frameDevice.reset(new QOpenGLPaintDevice(size() * ratio));
-    m_frameDevice->setDevicePixelRatio(ratio);
+    d->frameDevice.reset(new QOpenGLPaintDevice(size() * ratio));
+    d->frameDevice->setDevicePixelRatio(ratio);
     // Text keeps the size it has on the widget.
-    m_frameDevice->setDotsPerMeterX(logicalDpiX() / 0.0254);
-    m_frameDevice->setDotsPerMeterY(logicalDpiY() / 0.0254);
-    painter.begin(m_frameDevice.get());
+    d->frameDevice->setDotsPerMeterX(logicalDpiX() / 0.0254);
+    d->frameDevice->setDotsPerMeterY(logicalDpiY() / 0.0254);
+    painter.begin(d->frameDevice.get());
     painter.setFont(font());
     painter.setPen(QPen(palette().brush(foregroundRole()), 1.0));
     painter.setBackground(palette().brush(backgroundRole()));

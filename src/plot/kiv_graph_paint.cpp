@@ -1,9 +1,12 @@
 #include "kiv_graph.h"
-#include "kiv_updaterelay.h"
+#include "kiv_graph_p.h"
 #include "kiv_dataset.h"
 #include "kiv_dottedlines_p.h"
+#include "kiv_graphmapping_p.h"
+#include "kiv_updaterelay.h"
 #include "kivclamp_p.h"
 #include "kivtextlimits_p.h"
+#include "kivtimelabel_p.h"
 
 #include <QFontMetrics>
 #include <QPainter>
@@ -12,8 +15,6 @@
 
 namespace {
 
-// Thickness of the scroll bars in pixels, the same band the pointer hit tests use.
-const double ScrollBarPixels = 12.0;
 // Upper bound of grid lines or labels per axis: a span that is tiny against its values
 // would otherwise never advance v += step.
 const int MaxGridLines = 1000;
@@ -98,31 +99,44 @@ void drawScrollBar(const GraphRect& track, const GraphRect& slider, bool sliderA
 
 } // namespace
 
+const KivDataSet* KivGraphPrivate::timeSeriesWindow() const
+{
+    if (q->dimensions() != 1 || dataSets.first()->getMaxItemCount() == 0)
+        return nullptr;
+    return dataSets.first();
+}
+
+bool KivGraphPrivate::hasCategories() const
+{
+    const KivDataSet* window = timeSeriesWindow();
+    return window && window->hasStyle(KivDataStyleBar, KivDataStyleShapeMask);
+}
+
 // Frame order: background and grid, then the series from the last to the first so that
 // the first series ends on top, then overlays, then the text layer with QPainter.
 void KivGraph::paintGL()
 {
     // This frame takes every sample added so far; producers may ask for the next one.
-    m_relay->rearm();
+    d->relay->rearm();
     glMatrixMode(GL_MODELVIEW);
     glPushMatrix();
-    glClearColor(float(m_backgroundColor.red()), float(m_backgroundColor.green()),
-                 float(m_backgroundColor.blue()), float(m_backgroundColor.alpha()));
+    glClearColor(float(d->backgroundColor.red()), float(d->backgroundColor.green()),
+                 float(d->backgroundColor.blue()), float(d->backgroundColor.alpha()));
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
 
     if (isEmpty()) {
-        if (!m_noDataText.isEmpty()) {
+        if (!d->noDataText.isEmpty()) {
             QPainter painter;
             beginFramePainter(painter);
             painter.setPen(QColor(0, 0, 0));
-            painter.drawText(QRect(0, 0, width(), height()), Qt::AlignCenter, kivtext::shown(m_noDataText));
+            painter.drawText(QRect(0, 0, width(), height()), Qt::AlignCenter, kivtext::shown(d->noDataText));
         }
         return;
     }
 
-    m_updateRequested = false;
-    m_painting.fetchAndStoreOrdered(1);
-    recalculateScales(m_axes);
+    d->updateRequested = false;
+    d->painting.fetchAndStoreOrdered(1);
+    recalculateScales(d->axes);
 
     // Everything lies at z = 0. The depth test stays on, but a later primitive must win over
     // an earlier one at the same depth, whatever state the last frame's QPainter left behind.
@@ -136,8 +150,8 @@ void KivGraph::paintGL()
 
     velo::MatrixF<3, 2> box;
     for (int a = 0; a < 3; ++a) {
-        box(a, 0) = m_axes.at(a).scaleMin;
-        box(a, 1) = m_axes.at(a).scaleMax;
+        box(a, 0) = d->axes.at(a).scaleMin;
+        box(a, 1) = d->axes.at(a).scaleMax;
         // A zero span (minimum scale 0) would scale every sample to infinity; draw the
         // samples in the middle instead.
         if (!(box(a, 1) > box(a, 0))) {
@@ -147,15 +161,15 @@ void KivGraph::paintGL()
         }
     }
     bool outOfRange = false;
-    for (int i = m_dataSets.size() - 1; i >= 0; --i) {
-        KivDataSet* ds = m_dataSets.at(i);
+    for (int i = d->dataSets.size() - 1; i >= 0; --i) {
+        KivDataSet* ds = d->dataSets.at(i);
         if (ds->getItemCount() == 0)
             continue;
         ds->setPixelRatio(devicePixelRatioF());
         ds->display(box);
-        if (!m_validRangeText.isEmpty()) {
+        if (!d->validRangeText.isEmpty()) {
             const velo::Matrix& extent = ds->getLastMinMax();
-            if (m_validMin > extent(1, 0) || extent(1, 1) > m_validMax)
+            if (d->validMin > extent(1, 0) || extent(1, 1) > d->validMax)
                 outOfRange = true;
         }
     }
@@ -163,9 +177,9 @@ void KivGraph::paintGL()
     drawAfterGraphs(nullptr);
     glPopMatrix();
 
-    QList<KivAxisInfo> settled = m_axes;
+    QList<KivAxisInfo> settled = d->axes;
     recalculateScales(settled);
-    if (settled != m_axes)
+    if (settled != d->axes)
         forceScheduleUpdate();
 
     QPainter painter;
@@ -173,35 +187,35 @@ void KivGraph::paintGL()
     drawForeground(&painter);
     if (outOfRange) {
         painter.setPen(palette().brush(QPalette::WindowText).color());
-        const QString warning = kivtext::shown(m_validRangeText);
+        const QString warning = kivtext::shown(d->validRangeText);
         const QRect bounds = QFontMetrics(font()).boundingRect(warning);
         painter.drawText(QRect(0, 0, width(), bounds.bottom() - bounds.top() + 1), Qt::AlignCenter, warning);
     }
     painter.end();
 
-    m_painting.fetchAndStoreOrdered(0);
+    d->painting.fetchAndStoreOrdered(0);
 }
 
 void KivGraph::drawBackground(QPainter*)
 {
     glLineWidth(lineWidth(this, 1.0));
-    KivAxisInfo& ax = m_axes[0];
-    KivAxisInfo& ay = m_axes[1];
+    KivAxisInfo& ax = d->axes[0];
+    KivAxisInfo& ay = d->axes[1];
     const AxisMap mx = axisMap(ax);
     const AxisMap my = axisMap(ay);
-    if (m_heightBasedGrid) {
+    if (d->heightBasedGrid) {
         int decimals = 0;
         ay.gridStep = getScale((ay.displayMax - ay.displayMin) / (height() / 56.0), decimals);
         ax.gridStep = getScale((ax.displayMax - ax.displayMin) / (width() / 120.0), decimals);
     }
 
-    const KivDataSet* first = m_dataSets.isEmpty() ? nullptr : m_dataSets.first();
+    const KivDataSet* first = d->dataSets.isEmpty() ? nullptr : d->dataSets.first();
     const bool timeSeries = dimensions() == 1 && first->getMaxItemCount() != 0;
     const bool categories = timeSeries && first->hasStyle(KivDataStyleBar, KivDataStyleShapeMask);
 
-    if (!m_validRangeText.isEmpty()) {
-        const double a = my.toGraph(m_validMax);
-        const double b = my.toGraph(m_validMin);
+    if (!d->validRangeText.isEmpty()) {
+        const double a = my.toGraph(d->validMax);
+        const double b = my.toGraph(d->validMin);
         // Clamped so that far-away limits stay within float range; the picture is the same.
         const double qa = clampUnit(a);
         const double qb = clampUnit(b);
@@ -268,15 +282,11 @@ void KivGraph::drawBackground(QPainter*)
 void KivGraph::drawAfterGraphs(QPainter*)
 {
     const velo::MatrixF<3, 2> box = calculateMinMaxScales();
-    const std::pair<bool, Qt::MouseButton> down = isMouseButtonDown();
-    if (down.first) {
-        const PanZoomInfo& r = getPanZoomInfo(down.second);
-        if (m_controlState == ControlZoom)
-            drawSelectionRectangle(r.startPos, r.endPos);
-        else if (m_controlState == ControlPan && !isHorizontalScrollBarSliderActive()
-                 && !isVerticalScrollBarSliderActive())
-            drawPanArrow(r.endPos, r.startPos);
-    }
+    const KivGraphGestures::Overlay overlay = d->gestures.overlay();
+    if (overlay.kind == KivGraphGestures::Overlay::ZoomRectangle)
+        drawSelectionRectangle(overlay.startPos, overlay.endPos);
+    else if (overlay.kind == KivGraphGestures::Overlay::PanArrow)
+        drawPanArrow(overlay.endPos, overlay.startPos);
     drawHorizontalScrollBar(box);
     drawVerticalScrollBar(box);
 }
@@ -315,8 +325,9 @@ void KivGraph::drawSelectionRectangle(const QPointF& a, const QPointF& b)
     glEnd();
 
     // The rectangle's extent on the two scroll-bar bands.
-    const double band = 2.0 * (ScrollBarPixels / width()) - 1.0;
-    const double bandY = 2.0 * (ScrollBarPixels / height()) - 1.0;
+    const KivGraphMapping map(size());
+    const double band = map.verticalBandRight();
+    const double bandY = map.horizontalBandTop();
     glColor4d(0.0, 0.0, 1.0, 0.2);
     fillGraphRect(GraphRect { -1.0, a.y(), band, b.y() });
     fillGraphRect(GraphRect { a.x(), -1.0, b.x(), bandY });
@@ -381,15 +392,15 @@ void KivGraph::drawPanArrow(const QPointF& from, const QPointF& to)
 
 bool KivGraph::isHorizontalScrollbarVisible(const velo::MatrixF<3, 2>& box) const
 {
-    const KivAxisInfo& x = m_axes.at(0);
+    const KivAxisInfo& x = d->axes.at(0);
     return x.scaleMin > box(0, 0) || box(0, 1) > x.scaleMax;
 }
 
 bool KivGraph::isVerticalScrollbarVisible(const velo::MatrixF<3, 2>& box) const
 {
-    if (m_autoScaleMethod != KivNoAutoScale)
+    if (d->autoScaleMethod != KivNoAutoScale)
         return false;
-    const KivAxisInfo& y = m_axes.at(1);
+    const KivAxisInfo& y = d->axes.at(1);
     return y.scaleMin > box(1, 0) || box(1, 1) > y.scaleMax;
 }
 
@@ -397,33 +408,27 @@ void KivGraph::drawHorizontalScrollBar(const velo::MatrixF<3, 2>& box)
 {
     if (!isHorizontalScrollbarVisible(box))
         return;
-    QPointF lo;
-    QPointF hi;
-    scalePointToGraphPos(QPointF(m_axes.at(0).scaleMin, m_axes.at(1).scaleMin), box, lo);
-    scalePointToGraphPos(QPointF(m_axes.at(0).scaleMax, m_axes.at(1).scaleMax), box, hi);
+    const QPointF lo = KivGraphMapping::scalePointToGraphPos(QPointF(d->axes.at(0).scaleMin, d->axes.at(1).scaleMin), box);
+    const QPointF hi = KivGraphMapping::scalePointToGraphPos(QPointF(d->axes.at(0).scaleMax, d->axes.at(1).scaleMax), box);
     // The view may reach past the data; the slider still stays on its track.
     const double left = clampUnit(std::isnan(lo.x()) ? -1.0 : lo.x());
     const double right = clampUnit(std::isnan(hi.x()) ? 1.0 : hi.x());
-    const double top = 2.0 * (ScrollBarPixels / height()) - 1.0;
+    const double top = KivGraphMapping(size()).horizontalBandTop();
     drawScrollBar(GraphRect { -1.0, -1.0, 1.0, top }, GraphRect { left, -1.0, right, top },
-                  m_controlState == ControlPan && isHorizontalScrollBarSliderActive(), width(), height(),
-                  lineWidth(this, 1.0));
+                  d->gestures.overlay().horizontalSliderDragged, width(), height(), lineWidth(this, 1.0));
 }
 
 void KivGraph::drawVerticalScrollBar(const velo::MatrixF<3, 2>& box)
 {
     if (!isVerticalScrollbarVisible(box))
         return;
-    QPointF lo;
-    QPointF hi;
-    scalePointToGraphPos(QPointF(m_axes.at(0).scaleMin, m_axes.at(1).scaleMin), box, lo);
-    scalePointToGraphPos(QPointF(m_axes.at(0).scaleMax, m_axes.at(1).scaleMax), box, hi);
+    const QPointF lo = KivGraphMapping::scalePointToGraphPos(QPointF(d->axes.at(0).scaleMin, d->axes.at(1).scaleMin), box);
+    const QPointF hi = KivGraphMapping::scalePointToGraphPos(QPointF(d->axes.at(0).scaleMax, d->axes.at(1).scaleMax), box);
     const double bottom = clampUnit(std::isnan(lo.y()) ? -1.0 : lo.y());
     const double top = clampUnit(std::isnan(hi.y()) ? 1.0 : hi.y());
-    const double right = 2.0 * (ScrollBarPixels / width()) - 1.0;
+    const double right = KivGraphMapping(size()).verticalBandRight();
     drawScrollBar(GraphRect { -1.0, -1.0, right, 1.0 }, GraphRect { -1.0, bottom, right, top },
-                  m_controlState == ControlPan && isVerticalScrollBarSliderActive(), width(), height(),
-                  lineWidth(this, 1.0));
+                  d->gestures.overlay().verticalSliderDragged, width(), height(), lineWidth(this, 1.0));
 }
 
 int KivGraph::calcUpperLeftYBounds(QPainter* painter, const QString& text, const QPoint& at) const
@@ -442,76 +447,44 @@ int KivGraph::calcLowerRightYBounds(QPainter* painter, const QString& text, cons
 
 QString KivGraph::generateTimeString(const KivDataSet& ds, double x) const
 {
-    // Sample numbers are kept within +-2^62 so that no step below overflows; inside an int
-    // this is the plain item arithmetic.
-    const auto bounded = [](quint64 n) { return qint64(qMin(n, quint64(kivclamp::PositionLimit))); };
-    qint64 i = kivclamp::position(x + 0.5);
-    if (ds.hasStyle(KivDataStyleScope, KivDataStyleScope)) {
-        const qint64 offset = qBound(qint64(-1), qint64(ds.getScopeOffset()), bounded(ds.getMaxItemCount()));
-        i = i >= offset ? i - offset : bounded(ds.getMaxItemCount()) - offset + i;
-    }
-    double interval = 0.0;
-    double newest = 0.0;
-    ds.getTime(interval, newest);
-    double t = newest - double(bounded(ds.getDisplayItemCount()) - i) * interval;
-    if (!std::isfinite(t))
-        t = 0.0;
-    const bool negative = t < 0.0;
-    // The clock wraps every 48 days.
-    const quint64 m = quint64(std::fmod(std::fabs(t), 4147200.0) * 1000.0 + 0.5);
-    const unsigned hours = unsigned(m / 3600000);
-    const unsigned minutes = unsigned((m / 60000) % 60);
-    const unsigned seconds = unsigned((m / 1000) % 60);
-    const unsigned millis = unsigned(m % 1000);
-    QString text;
-    if (hours != 0)
-        text = QString::asprintf("%2u:%02u:%02u.%03u", hours, minutes, seconds, millis);
-    else if (minutes != 0)
-        text = QString::asprintf("%2u:%02u.%03u", minutes, seconds, millis);
-    else
-        text = QString::asprintf("%2u.%03u", seconds, millis);
-    if (negative) {
-        if (text.startsWith(QLatin1Char(' ')))
-            text[0] = QLatin1Char('-');
-        else
-            text.prepend(QLatin1Char('-'));
-    }
-    return text;
+    return kivtime::sampleTimeText(ds, x);
 }
 
 void KivGraph::drawForeground(QPainter* painter)
 {
     const velo::MatrixF<3, 2> box = calculateMinMaxScales();
     painter->setPen(QColor(0, 0, 0));
-    drawForegroundLabels(painter, box);
-    drawCategoryLabels(painter);
-    if (!m_graphText.isEmpty()) {
-        const QString text = kivtext::shown(m_graphText);
+    d->drawForegroundLabels(painter, box);
+    d->drawCategoryLabels(painter);
+    if (!d->graphText.isEmpty()) {
+        const QString text = kivtext::shown(d->graphText);
         const QSize size = painter->fontMetrics().size(Qt::TextExpandTabs, text);
         painter->drawText(QRect(QPoint(20, 0), size), Qt::TextExpandTabs, text);
     }
-    drawPointerText(painter);
+    const KivGraphGestures::Overlay overlay = d->gestures.overlay();
+    if (overlay.kind == KivGraphGestures::Overlay::ZoomRectangle)
+        d->drawZoomCornerLabels(painter, overlay.startPos, overlay.endPos);
+    if (overlay.measureReadout)
+        d->drawMeasureText(painter);
 }
 
-void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>& box)
+void KivGraphPrivate::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>& box)
 {
-    const KivAxisInfo& ax = m_axes.at(0);
-    const KivAxisInfo& ay = m_axes.at(1);
+    const KivAxisInfo& ax = axes.at(0);
+    const KivAxisInfo& ay = axes.at(1);
     const AxisMap mx = axisMap(ax);
     const AxisMap my = axisMap(ay);
     const QFontMetrics fm = painter->fontMetrics();
-    const int w = width();
-    const int h = height();
-    const KivDataSet* first = m_dataSets.isEmpty() ? nullptr : m_dataSets.first();
-    const bool timeSeries = dimensions() == 1 && first->getMaxItemCount() != 0;
-    const bool categories = timeSeries && first->hasStyle(KivDataStyleBar, KivDataStyleShapeMask);
+    const int w = q->width();
+    const int h = q->height();
+    const KivDataSet* window = timeSeriesWindow();
     char fmt[16];
 
-    if (!categories && usableStep(ax) && !(ax.style & KivAxisStyleNoLabels)) {
+    if (!hasCategories() && usableStep(ax) && !(ax.style & KivAxisStyleNoLabels)) {
         int decimals = 1;
         const double step = getScale((ax.displayMax - ax.displayMin) / (w / 120.0), decimals);
         decimalsToFmt(ax.displayMin, ax.displayMax, decimals, fmt);
-        const int bottom = isHorizontalScrollbarVisible(box) ? h - int(ScrollBarPixels) : h;
+        const int bottom = q->isHorizontalScrollbarVisible(box) ? h - int(KivGraphMapping::ScrollBarPixels) : h;
         double last = 0.0;   // graph x of the last written label
         int lastRight = -1;  // its right edge in pixels, -1 before the first
         double v = std::ceil(ax.displayMin / step) * step;
@@ -521,10 +494,10 @@ void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>
             if (lastRight >= 0 && gx - last < 80.0 / w)
                 continue;
             QString text;
-            if (timeSeries) {
-                const double position = calculateItemXIndex(*first, v);
+            if (window) {
+                const double position = q->calculateItemXIndex(*window, v);
                 if (ax.style & KivAxisStyleTimeLabels)
-                    text = generateTimeString(*first, position);
+                    text = kivtime::sampleTimeText(*window, position);
                 else
                     text = kivclamp::sampleNumber(position);
             } else {
@@ -548,7 +521,8 @@ void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>
         int decimals = 1;
         const double step = getScale((ay.displayMax - ay.displayMin) / (h / 56.0), decimals);
         decimalsToFmt(ay.displayMin, ay.displayMax, decimals, fmt);
-        const int left = isVerticalScrollbarVisible(box) ? 14 : 2;
+        // Clear of the vertical scroll bar where it is shown.
+        const int left = q->isVerticalScrollbarVisible(box) ? int(KivGraphMapping::ScrollBarPixels) + 2 : 2;
         double last = -1.0;
         double v = std::ceil(ay.displayMin / step) * step;
         for (int n = 0; v < ay.displayMax && n < MaxGridLines; ++n, v += step) {
@@ -566,17 +540,15 @@ void KivGraph::drawForegroundLabels(QPainter* painter, const velo::MatrixF<3, 2>
     }
 }
 
-void KivGraph::drawCategoryLabels(QPainter* painter)
+void KivGraphPrivate::drawCategoryLabels(QPainter* painter)
 {
-    if (dimensions() != 1 || (m_axes.at(0).style & KivAxisStyleNoLabels))
+    if (!hasCategories() || (axes.at(0).style & KivAxisStyleNoLabels))
         return;
-    const KivDataSet* first = m_dataSets.first();
-    if (first->getMaxItemCount() == 0 || !first->hasStyle(KivDataStyleBar, KivDataStyleShapeMask))
-        return;
+    const KivDataSet* first = dataSets.first();
     const qint64 count = qint64(first->getItemCount());
     const QList<QString>& labels = first->getLabelList();
-    const QFontMetrics fm(font());
-    const qint64 w = width();
+    const QFontMetrics fm(q->font());
+    const qint64 w = q->width();
     // Cells without a label would only draw an empty text.
     const qint64 labelled = qMin(count, qint64(labels.size()));
     for (qint64 k = 0; k < labelled; ++k) {
@@ -587,6 +559,6 @@ void KivGraph::drawCategoryLabels(QPainter* painter)
         const int cellRight = int((k + 1) * w / count);
         const QSize size = fm.size(Qt::TextExpandTabs, text);
         const int left = cellLeft + int((cellRight - cellLeft - size.width()) * 0.9 * 0.5);
-        painter->drawText(QRect(QPoint(left, height() - size.height()), size), Qt::TextExpandTabs, text);
+        painter->drawText(QRect(QPoint(left, q->height() - size.height()), size), Qt::TextExpandTabs, text);
     }
 }

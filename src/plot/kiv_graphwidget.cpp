@@ -116,10 +116,7 @@ KivGraphWidget::KivGraphWidget(QWidget* parent)
     setLayout(d->gridLayout);
 }
 
-KivGraphWidget::~KivGraphWidget()
-{
-    delete d;
-}
+KivGraphWidget::~KivGraphWidget() = default;
 
 KivGraph* KivGraphWidget::graph() const
 {

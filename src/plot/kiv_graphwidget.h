@@ -10,6 +10,8 @@
 #include <QImage>
 #include <QWidget>
 
+#include <memory>
+
 class QPainter;
 class QPoint;
 class QPointF;
@@ -162,7 +164,7 @@ protected:
     void wheelEvent(QWheelEvent* event) override;
 
 private:
-    KivGraphWidgetPrivate* const d;
+    std::unique_ptr<KivGraphWidgetPrivate> const d;
 };
 
 #endif // KIV_GRAPHWIDGET_H

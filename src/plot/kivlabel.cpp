@@ -7,29 +7,39 @@
 #include <QToolTip>
 #include <QTransform>
 
+class KivLabelPrivate
+{
+public:
+    KivLabel::TextTilt tilt = KivLabel::TiltNone;
+};
+
 KivLabel::KivLabel(QWidget* parent, Qt::WindowFlags flags)
     : QLabel(parent, flags)
+    , d(new KivLabelPrivate)
 {
 }
 
 KivLabel::KivLabel(const QString& text, QWidget* parent, Qt::WindowFlags flags)
     : QLabel(text, parent, flags)
+    , d(new KivLabelPrivate)
 {
 }
 
+KivLabel::~KivLabel() = default;
+
 void KivLabel::setTextTilt(TextTilt tilt)
 {
-    m_tilt = tilt;
+    d->tilt = tilt;
 }
 
 KivLabel::TextTilt KivLabel::textTilt() const
 {
-    return m_tilt;
+    return d->tilt;
 }
 
 bool KivLabel::isQuarterTurn() const
 {
-    return m_tilt == Tilt90 || m_tilt == Tilt270;
+    return d->tilt == Tilt90 || d->tilt == Tilt270;
 }
 
 // Starts from the base sizeHint() on purpose: the label should get room for its whole text,
@@ -64,7 +74,7 @@ void KivLabel::paintEvent(QPaintEvent*)
     const int hh = h / 2;
 
     QTransform transform;
-    transform.rotate(m_tilt, Qt::ZAxis);
+    transform.rotate(d->tilt, Qt::ZAxis);
 
     const QRect textRect = isQuarterTurn() ? QRect(-hh, -hw, height(), width())
                                            : QRect(-hw, -hh, width(), height());

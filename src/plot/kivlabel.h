@@ -5,6 +5,10 @@
 
 #include <QLabel>
 
+#include <memory>
+
+class KivLabelPrivate;
+
 /*!
  * \brief A QLabel that can draw its plain text rotated, used for the vertical y-axis label.
  *
@@ -27,6 +31,7 @@ public:
     explicit KivLabel(QWidget* parent = nullptr, Qt::WindowFlags flags = Qt::WindowFlags());
     explicit KivLabel(const QString& text, QWidget* parent = nullptr,
                       Qt::WindowFlags flags = Qt::WindowFlags());
+    ~KivLabel() override;
 
     //! Stores the tilt; the caller requests a repaint if the label is already shown.
     void setTextTilt(TextTilt tilt);
@@ -46,7 +51,7 @@ private:
     bool isQuarterTurn() const;
     QString paintedText(int room) const;
 
-    TextTilt m_tilt = TiltNone;
+    std::unique_ptr<KivLabelPrivate> const d;
 };
 
 #endif // KIVLABEL_H

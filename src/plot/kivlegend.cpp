@@ -6,19 +6,31 @@
 #include <QBoxLayout>
 #include <QCheckBox>
 #include <QColor>
+#include <QMap>
 #include <QPixmap>
 
 namespace {
 const QMargins LegendMargins(6, 0, 6, 0);
 }
 
+class KivLegendPrivate
+{
+public:
+    //! Ordered by the series' addresses.
+    QMap<KivDataSet*, QCheckBox*> checkBoxes;
+    QBoxLayout* boxLayout = nullptr;
+};
+
 KivLegend::KivLegend(QWidget* parent)
     : QWidget(parent)
+    , d(new KivLegendPrivate)
 {
-    boxLayout = new QHBoxLayout;
-    boxLayout->setContentsMargins(LegendMargins);
-    setLayout(boxLayout);
+    d->boxLayout = new QHBoxLayout;
+    d->boxLayout->setContentsMargins(LegendMargins);
+    setLayout(d->boxLayout);
 }
+
+KivLegend::~KivLegend() = default;
 
 // A long label is elided so the legend stays within what a window can be; the tool tip then
 // holds the whole label.
@@ -38,13 +50,13 @@ QIcon KivLegend::swatch(const QSize& size, const QColor& color)
 
 void KivLegend::addDataSet(KivDataSet* dataSet)
 {
-    if (!dataSet || checkBoxes.contains(dataSet))
+    if (!dataSet || d->checkBoxes.contains(dataSet))
         return;
     auto* box = new QCheckBox;
     setBoxText(box, dataSet->getLabel());
     box->setIcon(swatch(box->iconSize(), dataSet->getColor()));
-    boxLayout->addWidget(box);
-    checkBoxes.insert(dataSet, box);
+    d->boxLayout->addWidget(box);
+    d->checkBoxes.insert(dataSet, box);
     box->setChecked(dataSet->isVisible());
 
     connect(box, SIGNAL(toggled(bool)), dataSet, SLOT(setVisible(bool)));
@@ -54,7 +66,7 @@ void KivLegend::addDataSet(KivDataSet* dataSet)
 
 void KivLegend::removeDataSet(KivDataSet* dataSet)
 {
-    QCheckBox* box = checkBoxes.take(dataSet);
+    QCheckBox* box = d->checkBoxes.take(dataSet);
     if (!box)
         return;
     // The series outlives its box only briefly; later label or colour changes find no box.
@@ -64,13 +76,13 @@ void KivLegend::removeDataSet(KivDataSet* dataSet)
 
 void KivLegend::setDataSetVisible(KivDataSet* dataSet, bool visible)
 {
-    if (QCheckBox* box = checkBoxes.value(dataSet))
+    if (QCheckBox* box = d->checkBoxes.value(dataSet))
         box->setChecked(visible);
 }
 
 bool KivLegend::hasText() const
 {
-    for (const QCheckBox* box : checkBoxes) {
+    for (const QCheckBox* box : d->checkBoxes) {
         if (!box->text().isEmpty())
             return true;
     }
@@ -79,20 +91,20 @@ bool KivLegend::hasText() const
 
 void KivLegend::setLegendLayout(KivLegendLayout layout)
 {
-    delete boxLayout;
+    delete d->boxLayout;
     if (layout == LegendRight)
-        boxLayout = new QVBoxLayout;
+        d->boxLayout = new QVBoxLayout;
     else
-        boxLayout = new QHBoxLayout;
-    boxLayout->setContentsMargins(LegendMargins);
-    for (QCheckBox* box : qAsConst(checkBoxes))
-        boxLayout->addWidget(box);
-    setLayout(boxLayout);
+        d->boxLayout = new QHBoxLayout;
+    d->boxLayout->setContentsMargins(LegendMargins);
+    for (QCheckBox* box : qAsConst(d->checkBoxes))
+        d->boxLayout->addWidget(box);
+    setLayout(d->boxLayout);
 }
 
 QCheckBox* KivLegend::senderCheckBox() const
 {
-    return checkBoxes.value(qobject_cast<KivDataSet*>(sender()));
+    return d->checkBoxes.value(qobject_cast<KivDataSet*>(sender()));
 }
 
 void KivLegend::updateLabel(const QString& label)

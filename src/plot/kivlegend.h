@@ -3,8 +3,9 @@
 
 #include "kiv_global.h"
 
-#include <QMap>
 #include <QWidget>
+
+#include <memory>
 
 class QBoxLayout;
 class QCheckBox;
@@ -12,6 +13,7 @@ class QColor;
 class QIcon;
 class QSize;
 class KivDataSet;
+class KivLegendPrivate;
 
 //! Where a graph widget places its legend.
 enum KivLegendLayout {
@@ -32,6 +34,7 @@ class KIV_EXPORT KivLegend : public QWidget
 
 public:
     explicit KivLegend(QWidget* parent = nullptr);
+    ~KivLegend() override;
 
     void addDataSet(KivDataSet* dataSet);
     void removeDataSet(KivDataSet* dataSet);
@@ -51,8 +54,7 @@ private:
     static void setBoxText(QCheckBox* box, const QString& label);
     static QIcon swatch(const QSize& size, const QColor& color);
 
-    QMap<KivDataSet*, QCheckBox*> checkBoxes;
-    QBoxLayout* boxLayout = nullptr;
+    std::unique_ptr<KivLegendPrivate> const d;
 };
 
 #endif // KIVLEGEND_H

@@ -15,46 +15,74 @@ const int LayoutMinimum = 1;
 const int LayoutMaximum = 10;
 }
 
+//! The tool bar's controls, and the pan and zoom allowed flags that a full fit overrides.
+class KivToolBarPrivate
+{
+public:
+    QAction* zoomAction = nullptr;
+    QAction* panAction = nullptr;
+    QAction* legendAction = nullptr;
+    QAction* freezeAction = nullptr;
+    QComboBox* autoScaleCombo = nullptr;
+    QAction* equalAxesAction = nullptr;
+    QAction* measureAction = nullptr;
+    QAction* allSamplesAction = nullptr;
+    QAction* clearAction = nullptr;
+    QWidget* layoutSelection = nullptr;
+    QAction* layoutSelectionAction = nullptr;
+    QAction* layoutSeparator = nullptr;
+    QWidget* customLayoutWidget = nullptr;
+    QSpinBox* rowsSpinBox = nullptr;
+    QSpinBox* columnsSpinBox = nullptr;
+    QLabel* layoutIconLabel = nullptr;
+    QLabel* timesLabel = nullptr;
+    bool panningChangeAllowed = true;
+    bool zoomingChangeAllowed = true;
+};
+
 KivToolBar::KivToolBar(QWidget* parent)
     : QToolBar(parent)
+    , d(new KivToolBarPrivate)
 {
     setWindowTitle(tr("graph operations"));
     setOrientation(Qt::Horizontal);
     setIconSize(QSize(16, 16));
 
-    zoomAction = addCheckableAction(tr("Zoom"), QStringLiteral("zoom"));
-    panAction = addCheckableAction(tr("Pan"), QStringLiteral("pan"));
-    legendAction = addCheckableAction(tr("Legend"), QStringLiteral("legend"));
-    measureAction = addCheckableAction(tr("Show Values"), QStringLiteral("measure"));
-    freezeAction = addCheckableAction(tr("Freeze"), QStringLiteral("freeze"));
+    d->zoomAction = addCheckableAction(tr("Zoom"), QStringLiteral("zoom"));
+    d->panAction = addCheckableAction(tr("Pan"), QStringLiteral("pan"));
+    d->legendAction = addCheckableAction(tr("Legend"), QStringLiteral("legend"));
+    d->measureAction = addCheckableAction(tr("Show Values"), QStringLiteral("measure"));
+    d->freezeAction = addCheckableAction(tr("Freeze"), QStringLiteral("freeze"));
 
     // The item index is the auto-scale method value.
-    autoScaleCombo = new QComboBox;
-    autoScaleCombo->insertItem(0, iconFromFileSet(QStringLiteral("noautoscale")),
+    d->autoScaleCombo = new QComboBox;
+    d->autoScaleCombo->insertItem(0, iconFromFileSet(QStringLiteral("noautoscale")),
                                tr("no auto scaling"), 0);
-    autoScaleCombo->insertItem(1, iconFromFileSet(QStringLiteral("expand")),
+    d->autoScaleCombo->insertItem(1, iconFromFileSet(QStringLiteral("expand")),
                                tr("expand to fit"), 1);
-    autoScaleCombo->insertItem(2, iconFromFileSet(QStringLiteral("fit")), tr("full fit"), 2);
-    addWidget(autoScaleCombo);
+    d->autoScaleCombo->insertItem(2, iconFromFileSet(QStringLiteral("fit")), tr("full fit"), 2);
+    addWidget(d->autoScaleCombo);
 
-    equalAxesAction = addCheckableAction(tr("Equal Axes"), QStringLiteral("equalaxes"));
-    allSamplesAction = addCheckableAction(tr("Show all samples"),
+    d->equalAxesAction = addCheckableAction(tr("Equal Axes"), QStringLiteral("equalaxes"));
+    d->allSamplesAction = addCheckableAction(tr("Show all samples"),
                                           QStringLiteral("showallsamples"));
-    clearAction = addAction(iconFromFileSet(QStringLiteral("clear")), tr("Clear"));
+    d->clearAction = addAction(iconFromFileSet(QStringLiteral("clear")), tr("Clear"));
 
-    connect(panAction, SIGNAL(triggered(bool)), this, SLOT(setPanningChecked(bool)));
-    connect(zoomAction, SIGNAL(triggered(bool)), this, SLOT(setZoomingChecked(bool)));
-    connect(freezeAction, SIGNAL(triggered(bool)), this, SLOT(setFreezeChecked(bool)));
-    connect(autoScaleCombo, SIGNAL(currentIndexChanged(int)), this,
+    connect(d->panAction, SIGNAL(triggered(bool)), this, SLOT(setPanningChecked(bool)));
+    connect(d->zoomAction, SIGNAL(triggered(bool)), this, SLOT(setZoomingChecked(bool)));
+    connect(d->freezeAction, SIGNAL(triggered(bool)), this, SLOT(setFreezeChecked(bool)));
+    connect(d->autoScaleCombo, SIGNAL(currentIndexChanged(int)), this,
             SLOT(selectedAutoScaleMethodChanged(int)));
-    connect(allSamplesAction, SIGNAL(triggered(bool)), this, SLOT(setAllSamplesChecked(bool)));
-    connect(clearAction, SIGNAL(triggered(bool)), this, SLOT(clear()));
-    connect(legendAction, SIGNAL(triggered(bool)), this, SLOT(setLegendChecked(bool)));
-    connect(measureAction, SIGNAL(triggered(bool)), this, SLOT(setMeasureChecked(bool)));
-    connect(equalAxesAction, SIGNAL(triggered(bool)), this, SLOT(setEqualAxesChecked(bool)));
+    connect(d->allSamplesAction, SIGNAL(triggered(bool)), this, SLOT(setAllSamplesChecked(bool)));
+    connect(d->clearAction, SIGNAL(triggered(bool)), this, SLOT(clear()));
+    connect(d->legendAction, SIGNAL(triggered(bool)), this, SLOT(setLegendChecked(bool)));
+    connect(d->measureAction, SIGNAL(triggered(bool)), this, SLOT(setMeasureChecked(bool)));
+    connect(d->equalAxesAction, SIGNAL(triggered(bool)), this, SLOT(setEqualAxesChecked(bool)));
 
-    legendAction->setChecked(true);
+    d->legendAction->setChecked(true);
 }
+
+KivToolBar::~KivToolBar() = default;
 
 QIcon KivToolBar::iconFromFileSet(const QString& name)
 {
@@ -70,24 +98,24 @@ QAction* KivToolBar::addCheckableAction(const QString& text, const QString& icon
 
 bool KivToolBar::isAutoScaleMethodChangeAllowed() const
 {
-    return autoScaleCombo->isEnabled();
+    return d->autoScaleCombo->isEnabled();
 }
 
 void KivToolBar::setAutoScaleMethodChangeAllowed(bool allow)
 {
-    autoScaleCombo->setEnabled(allow);
+    d->autoScaleCombo->setEnabled(allow);
 }
 
 KivAutoScaleMethod KivToolBar::getAutoScaleMethod() const
 {
-    return static_cast<KivAutoScaleMethod>(autoScaleCombo->currentIndex());
+    return static_cast<KivAutoScaleMethod>(d->autoScaleCombo->currentIndex());
 }
 
 // The direct call reports the method even when the index stays the same; a changed index is
 // therefore reported twice, once more through the combo box.
 void KivToolBar::setAutoScaleMethod(KivAutoScaleMethod method)
 {
-    autoScaleCombo->setCurrentIndex(static_cast<int>(method));
+    d->autoScaleCombo->setCurrentIndex(static_cast<int>(method));
     selectedAutoScaleMethodChanged(static_cast<int>(method));
 }
 
@@ -99,176 +127,176 @@ void KivToolBar::selectedAutoScaleMethodChanged(int index)
 
 bool KivToolBar::isPanningChangeAllowed() const
 {
-    return panAction->isEnabled();
+    return d->panAction->isEnabled();
 }
 
 void KivToolBar::setPanningChangeAllowed(bool allow)
 {
-    panningChangeAllowed = allow;
+    d->panningChangeAllowed = allow;
     updatePanZoomEnabledState();
 }
 
 bool KivToolBar::isPanningChecked() const
 {
-    return panAction->isChecked();
+    return d->panAction->isChecked();
 }
 
 void KivToolBar::setPanningChecked(bool checked)
 {
-    if (panAction->isChecked() != checked)
-        panAction->setChecked(checked);
+    if (d->panAction->isChecked() != checked)
+        d->panAction->setChecked(checked);
     if (checked)
-        zoomAction->setChecked(false);
+        d->zoomAction->setChecked(false);
     emit panningTriggered(checked);
 }
 
 bool KivToolBar::isZoomingChangeAllowed() const
 {
-    return zoomAction->isEnabled();
+    return d->zoomAction->isEnabled();
 }
 
 void KivToolBar::setZoomingChangeAllowed(bool allow)
 {
-    zoomingChangeAllowed = allow;
+    d->zoomingChangeAllowed = allow;
     updatePanZoomEnabledState();
 }
 
 bool KivToolBar::isZoomingChecked() const
 {
-    return zoomAction->isChecked();
+    return d->zoomAction->isChecked();
 }
 
 void KivToolBar::setZoomingChecked(bool checked)
 {
-    if (zoomAction->isChecked() != checked)
-        zoomAction->setChecked(checked);
+    if (d->zoomAction->isChecked() != checked)
+        d->zoomAction->setChecked(checked);
     if (checked)
-        panAction->setChecked(false);
+        d->panAction->setChecked(false);
     emit zoomingTriggered(checked);
 }
 
 void KivToolBar::updatePanZoomEnabledState()
 {
-    if (autoScaleCombo->currentIndex() == FullFitIndex && isAllSamplesChecked()) {
-        panAction->setEnabled(false);
-        panAction->setChecked(false);
-        zoomAction->setEnabled(false);
-        zoomAction->setChecked(false);
+    if (d->autoScaleCombo->currentIndex() == FullFitIndex && isAllSamplesChecked()) {
+        d->panAction->setEnabled(false);
+        d->panAction->setChecked(false);
+        d->zoomAction->setEnabled(false);
+        d->zoomAction->setChecked(false);
         return;
     }
-    panAction->setEnabled(panningChangeAllowed);
-    panAction->setChecked(panAction->isChecked() && panningChangeAllowed);
-    zoomAction->setEnabled(zoomingChangeAllowed);
-    zoomAction->setChecked(zoomAction->isChecked() && zoomingChangeAllowed);
+    d->panAction->setEnabled(d->panningChangeAllowed);
+    d->panAction->setChecked(d->panAction->isChecked() && d->panningChangeAllowed);
+    d->zoomAction->setEnabled(d->zoomingChangeAllowed);
+    d->zoomAction->setChecked(d->zoomAction->isChecked() && d->zoomingChangeAllowed);
 }
 
 bool KivToolBar::isFreezeChangeAllowed() const
 {
-    return freezeAction->isEnabled();
+    return d->freezeAction->isEnabled();
 }
 
 void KivToolBar::setFreezeChangeAllowed(bool allow)
 {
-    freezeAction->setEnabled(allow);
+    d->freezeAction->setEnabled(allow);
 }
 
 bool KivToolBar::isFreezeChecked() const
 {
-    return freezeAction->isChecked();
+    return d->freezeAction->isChecked();
 }
 
 void KivToolBar::setFreezeChecked(bool checked)
 {
-    if (freezeAction->isChecked() != checked)
-        freezeAction->setChecked(checked);
+    if (d->freezeAction->isChecked() != checked)
+        d->freezeAction->setChecked(checked);
     emit freezeTriggered(checked);
 }
 
 bool KivToolBar::isLegendChangeAllowed() const
 {
-    return legendAction->isEnabled();
+    return d->legendAction->isEnabled();
 }
 
 void KivToolBar::setLegendChangeAllowed(bool allow)
 {
-    legendAction->setEnabled(allow);
+    d->legendAction->setEnabled(allow);
 }
 
 bool KivToolBar::isLegendChecked() const
 {
-    return legendAction->isChecked();
+    return d->legendAction->isChecked();
 }
 
 void KivToolBar::setLegendChecked(bool checked)
 {
-    if (legendAction->isChecked() != checked)
-        legendAction->setChecked(checked);
+    if (d->legendAction->isChecked() != checked)
+        d->legendAction->setChecked(checked);
     emit legendTriggered(checked);
 }
 
 bool KivToolBar::isMeasureChangeAllowed() const
 {
-    return measureAction->isEnabled();
+    return d->measureAction->isEnabled();
 }
 
 void KivToolBar::setMeasureChangeAllowed(bool allow)
 {
-    measureAction->setEnabled(allow);
+    d->measureAction->setEnabled(allow);
 }
 
 bool KivToolBar::isMeasureChecked() const
 {
-    return measureAction->isChecked();
+    return d->measureAction->isChecked();
 }
 
 void KivToolBar::setMeasureChecked(bool checked)
 {
-    if (measureAction->isChecked() != checked)
-        measureAction->setChecked(checked);
+    if (d->measureAction->isChecked() != checked)
+        d->measureAction->setChecked(checked);
     emit measureTriggered(checked);
 }
 
 bool KivToolBar::isAllSamplesChangeAllowed() const
 {
-    return allSamplesAction->isEnabled();
+    return d->allSamplesAction->isEnabled();
 }
 
 void KivToolBar::setAllSamplesChangeAllowed(bool allow)
 {
-    allSamplesAction->setEnabled(allow);
+    d->allSamplesAction->setEnabled(allow);
 }
 
 bool KivToolBar::isAllSamplesChecked() const
 {
-    return allSamplesAction->isChecked();
+    return d->allSamplesAction->isChecked();
 }
 
 void KivToolBar::setAllSamplesChecked(bool checked)
 {
-    if (allSamplesAction->isChecked() != checked)
-        allSamplesAction->setChecked(checked);
+    if (d->allSamplesAction->isChecked() != checked)
+        d->allSamplesAction->setChecked(checked);
     updatePanZoomEnabledState();
     emit allSamplesTriggered(checked);
 }
 
 void KivToolBar::setAllSamplesVisible(bool visible)
 {
-    allSamplesAction->setVisible(visible);
+    d->allSamplesAction->setVisible(visible);
 }
 
 void KivToolBar::setClearVisible(bool visible)
 {
-    clearAction->setVisible(visible);
+    d->clearAction->setVisible(visible);
 }
 
 bool KivToolBar::isClearAllowed() const
 {
-    return clearAction->isEnabled();
+    return d->clearAction->isEnabled();
 }
 
 void KivToolBar::setClearAllowed(bool allow)
 {
-    clearAction->setEnabled(allow);
+    d->clearAction->setEnabled(allow);
 }
 
 void KivToolBar::clear(bool clearTime)
@@ -278,50 +306,50 @@ void KivToolBar::clear(bool clearTime)
 
 bool KivToolBar::isEqualAxesChangeAllowed() const
 {
-    return equalAxesAction->isEnabled();
+    return d->equalAxesAction->isEnabled();
 }
 
 void KivToolBar::setEqualAxesChangeAllowed(bool allow)
 {
-    equalAxesAction->setEnabled(allow);
+    d->equalAxesAction->setEnabled(allow);
 }
 
 bool KivToolBar::isEqualAxesChecked() const
 {
-    return equalAxesAction->isChecked();
+    return d->equalAxesAction->isChecked();
 }
 
 void KivToolBar::setEqualAxesChecked(bool checked)
 {
-    if (equalAxesAction->isChecked() != checked)
-        equalAxesAction->setChecked(checked);
+    if (d->equalAxesAction->isChecked() != checked)
+        d->equalAxesAction->setChecked(checked);
     emit equalAxesTriggered(checked);
 }
 
 void KivToolBar::emitAllStates()
 {
-    emit freezeTriggered(freezeAction->isChecked());
+    emit freezeTriggered(d->freezeAction->isChecked());
     emit autoScaleMethodTriggered(getAutoScaleMethod());
-    if (zoomAction->isChecked())
+    if (d->zoomAction->isChecked())
         emit zoomingTriggered(true);
     else
-        emit panningTriggered(panAction->isChecked());
-    emit allSamplesTriggered(allSamplesAction->isChecked());
-    emit equalAxesTriggered(equalAxesAction->isChecked());
-    emit legendTriggered(legendAction->isChecked());
-    emit measureTriggered(measureAction->isChecked());
+        emit panningTriggered(d->panAction->isChecked());
+    emit allSamplesTriggered(d->allSamplesAction->isChecked());
+    emit equalAxesTriggered(d->equalAxesAction->isChecked());
+    emit legendTriggered(d->legendAction->isChecked());
+    emit measureTriggered(d->measureAction->isChecked());
 }
 
 void KivToolBar::showLayoutSelection(bool show, int rows, int columns)
 {
-    if (show && !layoutSelection) {
-        layoutSelection = new QWidget;
-        auto* outerLayout = new QHBoxLayout(layoutSelection);
-        layoutSeparator = addSeparator();
+    if (show && !d->layoutSelection) {
+        d->layoutSelection = new QWidget;
+        auto* outerLayout = new QHBoxLayout(d->layoutSelection);
+        d->layoutSeparator = addSeparator();
 
-        layoutIconLabel = new QLabel;
-        layoutIconLabel->setToolTip(tr("Configure Layout"));
-        layoutIconLabel->setPixmap(QPixmap(QStringLiteral(":/kiv/Resources/layoutcustom-16.png")));
+        d->layoutIconLabel = new QLabel;
+        d->layoutIconLabel->setToolTip(tr("Configure Layout"));
+        d->layoutIconLabel->setPixmap(QPixmap(QStringLiteral(":/kiv/Resources/layoutcustom-16.png")));
 
         const auto makeSpinBox = [](const QString& toolTip) {
             auto* spinBox = new QSpinBox;
@@ -332,37 +360,37 @@ void KivToolBar::showLayoutSelection(bool show, int rows, int columns)
             spinBox->setFixedWidth(35);
             return spinBox;
         };
-        rowsSpinBox = makeSpinBox(tr("Rows"));
-        columnsSpinBox = makeSpinBox(tr("Columns"));
-        timesLabel = new QLabel(tr("x"));
+        d->rowsSpinBox = makeSpinBox(tr("Rows"));
+        d->columnsSpinBox = makeSpinBox(tr("Columns"));
+        d->timesLabel = new QLabel(tr("x"));
 
-        customLayoutWidget = new QWidget;
-        auto* innerLayout = new QHBoxLayout(customLayoutWidget);
+        d->customLayoutWidget = new QWidget;
+        auto* innerLayout = new QHBoxLayout(d->customLayoutWidget);
         innerLayout->setSpacing(5);
         innerLayout->setContentsMargins(0, 0, 0, 0);
-        innerLayout->addWidget(rowsSpinBox);
-        innerLayout->addWidget(timesLabel);
-        innerLayout->addWidget(columnsSpinBox);
+        innerLayout->addWidget(d->rowsSpinBox);
+        innerLayout->addWidget(d->timesLabel);
+        innerLayout->addWidget(d->columnsSpinBox);
 
         outerLayout->setSpacing(5);
         outerLayout->setContentsMargins(5, 1, 1, 1);
-        outerLayout->addWidget(layoutIconLabel);
-        outerLayout->addWidget(customLayoutWidget);
-        layoutSelectionAction = addWidget(layoutSelection);
+        outerLayout->addWidget(d->layoutIconLabel);
+        outerLayout->addWidget(d->customLayoutWidget);
+        d->layoutSelectionAction = addWidget(d->layoutSelection);
 
-        connect(rowsSpinBox, SIGNAL(valueChanged(int)), this, SLOT(emitCustomLayout()));
-        connect(columnsSpinBox, SIGNAL(valueChanged(int)), this, SLOT(emitCustomLayout()));
+        connect(d->rowsSpinBox, SIGNAL(valueChanged(int)), this, SLOT(emitCustomLayout()));
+        connect(d->columnsSpinBox, SIGNAL(valueChanged(int)), this, SLOT(emitCustomLayout()));
     }
-    if (!layoutSelection)
+    if (!d->layoutSelection)
         return;
 
     setLayoutValues(rows, columns);
     emitCustomLayout();
     // The tool bar lays its widgets out by their actions' visibility; the widget itself is
     // switched too so that the report below sees the new state at once.
-    layoutSeparator->setVisible(show);
-    layoutSelectionAction->setVisible(show);
-    layoutSelection->setVisible(show);
+    d->layoutSeparator->setVisible(show);
+    d->layoutSelectionAction->setVisible(show);
+    d->layoutSelection->setVisible(show);
     if (show)
         emitCustomLayout();
 }
@@ -370,21 +398,21 @@ void KivToolBar::showLayoutSelection(bool show, int rows, int columns)
 void KivToolBar::setLayoutValues(int rows, int columns)
 {
     const QSignalBlocker blocker(this);
-    rowsSpinBox->setValue(rows);
-    columnsSpinBox->setValue(columns);
+    d->rowsSpinBox->setValue(rows);
+    d->columnsSpinBox->setValue(columns);
 }
 
 bool KivToolBar::isLayoutSelectionShown() const
 {
-    return layoutSelection && isVisible() && layoutSelection->isVisibleTo(this);
+    return d->layoutSelection && isVisible() && d->layoutSelection->isVisibleTo(this);
 }
 
 void KivToolBar::emitCustomLayout()
 {
     // Asked of the widgets' own state: the tool bar shows a newly added widget only at its
     // next layout pass.
-    if (customLayoutWidget && isVisible() && customLayoutWidget->isVisibleTo(this))
-        emit layoutSelectionChanged(rowsSpinBox->value(), columnsSpinBox->value());
+    if (d->customLayoutWidget && isVisible() && d->customLayoutWidget->isVisibleTo(this))
+        emit layoutSelectionChanged(d->rowsSpinBox->value(), d->columnsSpinBox->value());
 }
 
 void connectToolbarToGraph(KivToolBar* toolbar, KivGraphWidget* graph)

@@ -7,11 +7,14 @@
 #include <QIcon>
 #include <QToolBar>
 
+#include <memory>
+
 class QAction;
 class QComboBox;
 class QLabel;
 class QSpinBox;
 class KivGraphWidget;
+class KivToolBarPrivate;
 
 /*!
  * \brief Tool bar of graph operations: zoom, pan, legend, measure, freeze, auto-scale method,
@@ -26,6 +29,7 @@ class KIV_EXPORT KivToolBar : public QToolBar, public KivControlInterface
 
 public:
     explicit KivToolBar(QWidget* parent = nullptr);
+    ~KivToolBar() override;
 
     //! The 16-pixel icon \a name from the library's resources.
     static QIcon iconFromFileSet(const QString& name);
@@ -103,25 +107,7 @@ private:
     QAction* addCheckableAction(const QString& text, const QString& iconName);
     void setLayoutValues(int rows, int columns);
 
-    QAction* zoomAction = nullptr;
-    QAction* panAction = nullptr;
-    QAction* legendAction = nullptr;
-    QAction* freezeAction = nullptr;
-    QComboBox* autoScaleCombo = nullptr;
-    QAction* equalAxesAction = nullptr;
-    QAction* measureAction = nullptr;
-    QAction* allSamplesAction = nullptr;
-    QAction* clearAction = nullptr;
-    QWidget* layoutSelection = nullptr;
-    QAction* layoutSelectionAction = nullptr;
-    QAction* layoutSeparator = nullptr;
-    QWidget* customLayoutWidget = nullptr;
-    QSpinBox* rowsSpinBox = nullptr;
-    QSpinBox* columnsSpinBox = nullptr;
-    QLabel* layoutIconLabel = nullptr;
-    QLabel* timesLabel = nullptr;
-    bool panningChangeAllowed = true;
-    bool zoomingChangeAllowed = true;
+    std::unique_ptr<KivToolBarPrivate> const d;
 };
 
 //! Connects the tool bar's Triggered signals to the graph widget's matching slots, one way.
