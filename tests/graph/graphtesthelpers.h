@@ -5,8 +5,8 @@
 
 #include "kiv_dataset.h"
 #include "kiv_graph.h"
+#include "kivtestutil.h"
 
-#include <QDir>
 #include <QImage>
 #include <QtTest>
 
@@ -42,12 +42,7 @@ inline QList<KivAxisInfo> axesWith(const QList<double>& r)
     return axes;
 }
 
-// Saves a picture into $KIV_TEST_OUTPUT_DIR; true when no directory is named.
-inline bool saveFrame(const QImage& image, const QString& name)
-{
-    const QString dir = qEnvironmentVariable("KIV_TEST_OUTPUT_DIR");
-    return dir.isEmpty() || (QDir().mkpath(dir) && image.save(dir + QLatin1Char('/') + name));
-}
+using kivtest::saveFrame;
 
 inline bool near(QRgb a, QRgb b, int tol)
 {

@@ -95,9 +95,7 @@ private slots:
         QTest::mouseMove(&g, QPoint(250, 200));
         g.grabFramebuffer();
         QTest::mouseRelease(&g, Qt::LeftButton, {}, QPoint(250, 200));
-        QWheelEvent wheel(QPointF(160, 120), QPointF(g.mapToGlobal(QPoint(160, 120))), QPoint(), QPoint(0, 120),
-                          Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(&g, &wheel);
+        kivtest::wheel(&g, QPoint(160, 120), 120);
         g.setControlState(KivGraph::ControlPan);
         QTest::mousePress(&g, Qt::LeftButton, {}, QPoint(100, 100));
         QTest::mouseMove(&g, QPoint(300, 30));

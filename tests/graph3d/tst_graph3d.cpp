@@ -1,16 +1,15 @@
 // KivGraph3D: mouse and wheel handling, its projection, the primitives it draws, its picture.
 
 #include "glfeedback.h"
+#include "kivtestutil.h"
 
 #include <kiv_graph3d.h>
 
 #include <QApplication>
-#include <QDir>
 #include <QMatrix4x4>
 #include <QMouseEvent>
 #include <QSignalSpy>
 #include <QTest>
-#include <QWheelEvent>
 
 #include <cmath>
 #include <thread>
@@ -146,12 +145,8 @@ void sendMouse(QWidget* w, QEvent::Type type, const QPoint& pos, Qt::MouseButton
 
 void sendWheel(QWidget* w, int steps)
 {
-    const QPoint pos(w->width() / 2, w->height() / 2);
-    for (int i = 0; i < qAbs(steps); ++i) {
-        QWheelEvent e(pos, QPointF(w->mapToGlobal(pos)), QPoint(), QPoint(0, steps > 0 ? 120 : -120),
-                      Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(w, &e);
-    }
+    for (int i = 0; i < qAbs(steps); ++i)
+        kivtest::wheel(w, w->rect().center(), steps > 0 ? 120 : -120);
 }
 
 bool anyPixelNear(const QImage& image, const QPointF& centre, int radius, bool (*match)(const QColor&))
@@ -176,12 +171,6 @@ bool isBlue(const QColor& c) { return pure(c, 2); }
 bool isMagenta(const QColor& c) { return c.red() > 40 && c.blue() > 40 && c.green() < 20; }
 bool isWhite(const QColor& c) { return c.red() == 255 && c.green() == 255 && c.blue() == 255; }
 bool isGrey(const QColor& c) { return c.red() < 235 && c.red() == c.green() && c.green() == c.blue(); }
-
-bool save(const QImage& image, const QString& name)
-{
-    const QString dir = qEnvironmentVariable("KIV_TEST_OUTPUT_DIR", QDir::tempPath());
-    return QDir().mkpath(dir) && image.save(dir + QLatin1Char('/') + name);
-}
 
 } // namespace
 
@@ -399,7 +388,7 @@ private slots:
         ProbeView v;
         QVERIFY(showView(v));
         QImage image = v.grabFramebuffer();
-        QVERIFY(save(image, QStringLiteral("graph3d_default.png")));
+        QVERIFY(kivtest::saveFrame(image, QStringLiteral("graph3d_default.png")));
         QVERIFY(isWhite(image.pixelColor(2, 2)) && isWhite(image.pixelColor(297, 150)));
         QVERIFY(anyPixelNear(image, v.pixel({0, -1, -1}), 2, isRed));
         QVERIFY(anyPixelNear(image, v.pixel({-1, 0, -1}), 2, isBlue));
@@ -422,7 +411,7 @@ private slots:
         v.setAxisOffset(velo::Vector3(-1.0, -1.0, -1.0));
         v.points = {{0, 0, 0}, {0.5f, 0.5f, 0.5f}, {-0.5f, 0.2f, 0.6f}};
         image = v.grabFramebuffer();
-        QVERIFY(save(image, QStringLiteral("graph3d_grid_points.png")));
+        QVERIFY(kivtest::saveFrame(image, QStringLiteral("graph3d_grid_points.png")));
         for (const QVector3D& p : QVector<QVector3D>{{0, 0.25f, -1}, {-0.5f, 0.7f, -1}, {0.5f, -1, 0.3f},
                                                      {0.8f, -1, -0.5f}, {1, 0.5f, 0.2f}, {1, -0.3f, -0.5f}})
             QVERIFY2(anyPixelNear(image, v.pixel(p), 1, isGrey), qPrintable(texts({Prim{p}}).first()));

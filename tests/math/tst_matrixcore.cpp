@@ -715,11 +715,12 @@ void TestMatrixCore::malformedText_data()
 {
     QTest::addColumn<bool>("vector");
     QTest::addColumn<QByteArray>("text");
+    // Text cut short is in textFormat, which also checks what it leaves behind.
     const char* matrixTexts[] = {"", "1 2 3", "2,", "2,2", "2;2: 1 2 3 4", "2 ,2: 1 2 3 4", "-1,2: 1 2", "2,2: 1 2 abc 4",
-                                 "2,2: 1 2 3", "1,2: 1 -", "2000000000,2000000000: 1 2", "99999999999999999999,1: 1"};
+                                 "1,2: 1 -", "2000000000,2000000000: 1 2", "99999999999999999999,1: 1"};
     for (const char* text : matrixTexts)
         QTest::newRow(qPrintable(QString("matrix \"%1\"").arg(text))) << false << QByteArray(text);
-    for (const char* text : {"", "3 1 2 3", "3: 1 2", "2: 1 x", "2000000000: 1"})
+    for (const char* text : {"", "3 1 2 3", "2: 1 x", "2000000000: 1"})
         QTest::newRow(qPrintable(QString("vector \"%1\"").arg(text))) << true << QByteArray(text);
 }
 
@@ -780,7 +781,6 @@ void TestMatrixCore::boundedDeserialize_data()
     QTest::addColumn<bool>("accepted");
     QTest::newRow("half header") << 4 << false;
     QTest::newRow("header only") << 8 << false;
-    QTest::newRow("one value short") << 8 + 5 * 8 << false;
     QTest::newRow("one byte short") << 8 + 6 * 8 - 1 << false;
     QTest::newRow("exact") << 8 + 6 * 8 << true;
     QTest::newRow("more than needed") << 100 << true;

@@ -117,7 +117,6 @@ private slots:
         QTest::addColumn<QColor>("series");     // 0xBBGGRR
         QTest::addColumn<QColor>("background"); // 0xRRGGBB; the clear colour saturates non-zero channels
         QTest::newRow("0x0000FF") << 0x0000fful << QColor(255, 0, 0) << QColor(0, 0, 255);
-        QTest::newRow("0xFFFF00") << 0xffff00ul << QColor(0, 255, 255) << QColor(255, 255, 0);
         QTest::newRow("0x123456") << 0x123456ul << QColor(0x56, 0x34, 0x12) << QColor(Qt::white);
         QTest::newRow("high byte ignored") << 0xab000080ul << QColor(0x80, 0, 0) << QColor(0, 0, 255);
     }

@@ -77,7 +77,6 @@ private slots:
         QTest::newRow("bulk, blocks of 1000 across storage blocks") << Run{1, 7000, 30000, 6000, 1000};
         QTest::newRow("bulk, one call over the bound") << Run{1, 100, 5000, 0, 5000};
         QTest::newRow("bulk, 2 values, calls over the bound") << Run{2, 1234, 5000, 0, 1500};
-        QTest::newRow("bulk, 3 values, unbounded") << Run{3, 0, 9000, 4000, 777};
     }
 
     void boundKeepsNewest()

@@ -15,20 +15,15 @@
 #include "kiv_graphwidget.h"
 #include "kivlabel.h"
 #include "kivlegend.h"
+#include "kivtestutil.h"
 #include "kivtoolbar.h"
+
+using kivtest::actionNamed;
 
 namespace {
 
 using W = KivGraphWidget;
 using Seen = std::function<bool(W&)>; // whether an operation has reached the graph
-
-QAction* actionNamed(const KivToolBar& toolBar, const char* text)
-{
-    for (QAction* action : toolBar.actions())
-        if (action->text() == QLatin1String(text))
-            return action;
-    return nullptr;
-}
 
 // Row, column, row span, column span in the widget's grid; all -1 when not in it.
 QVector<int> cellOf(const W& widget, QWidget* child)
@@ -210,10 +205,7 @@ private slots:
     void hostInput()
     {
         W widget; // the wheel is left to the host, to scroll whatever holds the graph
-        QWheelEvent event(QPointF(), QPointF(), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
-                          Qt::NoScrollPhase, false);
-        QCoreApplication::sendEvent(&widget, &event);
-        QVERIFY(!event.isAccepted());
+        QVERIFY(!kivtest::wheel(&widget, QPoint(), 120));
 
         QList<QVariantList> panned;
         connect(&widget, &W::panning, this, [&](Qt::MouseButton b, int dx, int dy, double x, double y) {
@@ -307,9 +299,8 @@ private slots:
             QVERIFY(yLabel.height() > yLabel.width() && yLabel.right() < graph.left());
             QVERIFY(title.bottom() < graph.top() && title.left() == yLabel.left());
             QVERIFY(findLabel(widget, "samples")->geometry().top() > graph.bottom());
-            const QString dir = qEnvironmentVariable("KIV_TEST_OUTPUT_DIR"); // a picture to look at
-            const char* name = layout == LegendAbove ? "graphwidget-legend-above.png" : "graphwidget-legend-right.png";
-            QVERIFY(dir.isEmpty() || widget.grab().save(QDir(dir).filePath(name)));
+            QVERIFY(kivtest::saveFrame(widget.grab().toImage(), layout == LegendAbove ? "graphwidget-legend-above.png"
+                                                                                      : "graphwidget-legend-right.png"));
         }
     }
 };
