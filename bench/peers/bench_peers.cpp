@@ -175,6 +175,55 @@ Row frameTimes(long n, bool points)
     return row;
 }
 
+// Frames of a scrolling window: one new sample (the oldest dropped) before every frame, so
+// that nothing drawn before can be reused. The QCustomPlot figure includes its append.
+Row liveFrameTimes(long n)
+{
+    const int frames = n >= 1000000 ? 9 : 25;
+    const double nan = std::nan("");
+    Row row { nan, nan, nan, nan, nan };
+    {
+        QCustomPlot plot;
+        plot.resize(Width, Height);
+        QCPGraph* graph = plot.addGraph();
+        QVector<double> qx(static_cast<int>(n)), qy(static_cast<int>(n));
+        for (long i = 0; i < n; ++i) {
+            qx[int(i)] = double(i);
+            qy[int(i)] = sample(i);
+        }
+        graph->setData(qx, qy, true);
+        graph->setAdaptiveSampling(true);
+        graph->setPen(QPen(QColor(0, 90, 200)));
+        plot.yAxis->setRange(-12.0, 12.0);
+        plot.show();
+        QCoreApplication::processEvents();
+        long next = n;
+        row.qcpAdaptive = medianMs(frames, [&] {
+            graph->addData(double(next), sample(next));
+            graph->data()->removeBefore(double(next - n + 1));
+            plot.xAxis->setRange(double(next - n + 1), double(next));
+            ++next;
+            plot.replot(QCustomPlot::rpImmediateRefresh);
+        });
+    }
+    {
+        TimedGraph graph;
+        graph.resize(Width, Height);
+        KivDataSet* ds = graph.addDataSet(KivDataStyleLine, QColor(0, 90, 200), ulong(n));
+        for (long i = 0; i < n; ++i)
+            ds->addData(sample(i));
+        graph.setAxisScale('y', -12.0, 12.0);
+        graph.show();
+        QCoreApplication::processEvents();
+        long next = n;
+        row.kiv = medianMs(frames, [&] {
+            ds->addData(sample(next++));
+            graph.grabFramebuffer();
+        }, &graph.lastMs);
+    }
+    return row;
+}
+
 // Samples per second appended one at a time into a window of `window` samples.
 void appendRates()
 {
@@ -222,6 +271,12 @@ int main(int argc, char** argv)
                         r.qcpAdaptive, r.qcpRaw, r.qwt, r.kiv, r.kiv / r.qcpAdaptive);
             std::fflush(stdout);
         }
+    }
+    for (long n : { 10000L, 100000L, 1000000L }) {
+        const Row r = liveFrameTimes(n);
+        std::printf("%-7s %9ld %10s %10.2f %9s %8s %8.2f %10.2f\n", "live", n, "-", r.qcpAdaptive, "-", "-", r.kiv,
+                    r.kiv / r.qcpAdaptive);
+        std::fflush(stdout);
     }
     appendRates();
     return 0;
