@@ -707,7 +707,12 @@ KivSeriesRenderer::Light KivSeriesRenderer::lights(const QPointF &a, const QPoin
     const double margin = 1.0 / 128.0;
     if (least > 0.5 + margin || end < 0.5 - margin)
         return Light::Never;
-    if (least < 0.5 - margin && end > 0.5 + margin)
+    // An end on the centre's row or column puts the centre on an edge of the rasteriser's
+    // quad for the line, where its fill rule decides.
+    auto onCentreLine = [&](const QPointF &p) {
+        return std::fabs(p.x() - centre.x()) < margin || std::fabs(p.y() - centre.y()) < margin;
+    };
+    if (least < 0.5 - margin && end > 0.5 + margin && !onCentreLine(a) && !onCentreLine(b))
         return Light::Surely;
     return Light::Maybe;
 }
@@ -929,8 +934,8 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
 bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0,
                                   long column, const RowJudgement &top, const RowJudgement &bottom)
 {
-    if (v->pixelRatio != 1.0 || column < 0 || column >= columns || !top.inside || !bottom.inside
-        || top.row >= rows || bottom.row < 0 || (!top.sure && top.doubts > RowJudgement::MaxDoubts)
+    if (v->pixelRatio != 1.0 || column < 0 || column >= columns || top.row < 0 || bottom.row >= rows
+        || (!top.sure && top.doubts > RowJudgement::MaxDoubts)
         || (!bottom.sure && bottom.doubts > RowJudgement::MaxDoubts))
         return false;
     auto xOf = [&](quint64 i) { return (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx; };
@@ -948,8 +953,37 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
     if (b <= a + 1)
         return false;
     --b;
-    const long low = bottom.sure ? bottom.row : bottom.row + 1;
-    const long high = top.sure ? top.row : top.row - 1;
+    // The run stands for the inner segments; the segments at the edges light the neighbouring
+    // column as well. Where only those reach an extreme row, the inner extreme row is left to
+    // the inner segments that touch it, drawn as they are.
+    double innerLow = HUGE_VAL, innerHigh = -HUGE_VAL;
+    forRange(a, b + 1, 1, [&](const double *p, quint64 n, quint64) { minMax(p, n, innerLow, innerHigh); });
+    auto rowOf = [&](double val) {
+        const double py = ((val + m.oy) * m.sy + 1.0) * halfHeight;
+        return py >= 0.0 ? (py < double(rows) ? long(py) : rows) : -1;
+    };
+    const long innerTop = rowOf(innerHigh);
+    const long innerBottom = rowOf(innerLow);
+    const bool topReached = innerTop == top.row;
+    const bool bottomReached = innerBottom == bottom.row;
+    asIs.clear();
+    if (!topReached || !bottomReached) {
+        bool fits = true;
+        forRange(a, b + 1, 1, [&](const double *p, quint64 n, quint64 i0) {
+            for (quint64 k = 0; k < n && fits; ++k) {
+                const long r = rowOf(p[k]);
+                if ((!topReached && r == innerTop) || (!bottomReached && r == innerBottom)) {
+                    asIs.push_back(i0 + k);
+                    fits = asIs.size() <= MaxRowSamples;
+                }
+            }
+        });
+        if (!fits)
+            return false;
+    }
+    // A line leaving the viewport lights every row up to its edge.
+    const long low = std::max(bottomReached ? (bottom.sure ? bottom.row : bottom.row + 1) : innerBottom + 1, 0L);
+    const long high = std::min(topReached ? (top.sure ? top.row : top.row - 1) : innerTop - 1, rows - 1);
     // The segments up to the first inner sample, and from the last one on, as they are, but
     // for those across the left edge that stay within the runs either side of it.
     if (pendingRun.column == column - 1 && !pendingTail.empty()) {
@@ -968,16 +1002,23 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
         });
     }
     breakStrip();
+    auto keepSegment = [&](quint64 i) {
+        keep(xOf(i - 1), (*sampleAt(i - 1, 1) + m.oy) * m.sy);
+        keep(xOf(i), (*sampleAt(i, 1) + m.oy) * m.sy);
+        breakStrip();
+    };
     // A row that only some segments may light is left to those segments, drawn as they are.
     for (const RowJudgement *row : {&top, &bottom}) {
-        if (row->sure)
+        if (row->sure || !(row == &top ? topReached : bottomReached))
             continue;
-        for (int d = 0; d < row->doubts; ++d) {
-            const quint64 i = row->doubtful[d];
-            keep(xOf(i - 1), (*sampleAt(i - 1, 1) + m.oy) * m.sy);
-            keep(xOf(i), (*sampleAt(i, 1) + m.oy) * m.sy);
-            breakStrip();
-        }
+        for (int d = 0; d < row->doubts; ++d)
+            keepSegment(row->doubtful[d]);
+    }
+    for (quint64 i : asIs) {
+        if (i > a)
+            keepSegment(i);
+        if (i < b)
+            keepSegment(i + 1);
     }
     // The tail waits for the next column's run.
     forRange(b, to, 1, [&](const double *p, quint64 n, quint64 i0) {
@@ -998,20 +1039,22 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
 
 // Keeps the segments of the pending polyline around the edge between the columns of `left`
 // and `right`. Such a segment lies within a pixel of that edge, so it lights pixels of these
-// two columns only, within the rows its ends reach: where both runs cover those rows (with a
-// row to spare), it adds nothing.
+// two columns only, within the rows its ends reach: where both runs cover those rows, it adds
+// nothing.
 void KivSeriesRenderer::keepAcrossEdge(const ColumnRun &left, const ColumnRun &right)
 {
     const size_t n = pendingTail.size() / 2;
     const double *p = pendingTail.data();
     const long low = std::max(left.low, right.low);
     const long high = std::min(left.high, right.high);
-    auto rowOf = [&](double y) { return long(std::floor((y + 1.0) * halfHeight)); };
+    // Rows of the snapped ends: a segment lights no row beyond them.
+    auto rowOf = [&](size_t k) { return long(std::floor(windowPoint(p[2 * k], p[2 * k + 1]).y())); };
     size_t lastKept = ~size_t(0);
+    long rb = n > 0 ? rowOf(0) : 0;
     for (size_t k = 0; k + 1 < n; ++k) {
-        const long ra = rowOf(p[2 * k + 1]);
-        const long rb = rowOf(p[2 * k + 3]);
-        if (std::min(ra, rb) - 1 >= low && std::max(ra, rb) + 1 <= high)
+        const long ra = rb;
+        rb = rowOf(k + 1);
+        if (std::min(ra, rb) >= low && std::max(ra, rb) <= high)
             continue;
         if (lastKept != k) {
             startStrip();

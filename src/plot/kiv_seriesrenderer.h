@@ -179,6 +179,7 @@ private:
     std::vector<long> rowColumn;      // points: per pixel row, the column last lit there
     std::vector<double> runs;         // x, y from, y to of vertical runs of lit pixels
     std::vector<double> pendingTail;  // x, y of a run column's last samples, kept once the next is known
+    std::vector<quint64> asIs;        // inner samples of a run column whose segments are drawn as they are
     ColumnRun pendingRun;
     double halfWidth = 0.0, halfHeight = 0.0;
     long columns = 0, rows = 0;

@@ -61,6 +61,11 @@ private slots:
         QTest::newRow("monotonic XY") << Series{0x1, 0, 300000, Data::Monotonic, {-10, 310, -7, 7}, size, 5000};
         QTest::newRow("non-monotonic XY") << Series{0x1, 0, 100000, Data::Walk, {-300, 300, -7, 7}, size, 5000};
         QTest::newRow("points") << Series{0x10, 0, 1000000, Data::Noise, window, size, 300000};
+        // Wider graphs; a line leaving the viewport; extremes reached only next to a column edge.
+        QTest::newRow("line, 800 wide, 25 per column") << Series{0x0, 0, 20000, Data::Noise, window, QSize(800, 600), -1};
+        QTest::newRow("line beyond the viewport") << Series{0x0, 0, 1000000, Data::Noise, {-1, 1, -0.8, 0.9}, QSize(800, 600), -1};
+        QTest::newRow("line beyond, odd size") << Series{0x0, 0, 1000000, Data::Noise, {-1, 1, -0.8, 0.9}, QSize(517, 333), -1};
+        QTest::newRow("line beyond one edge") << Series{0x0, 0, 1000000, Data::Noise, {-1, 1, -2.5, 3.1}, QSize(640, 480), -1};
         QTest::newRow("sparse points") << Series{0x10, 0, 8000, Data::Noise, window, size, -1};
         QTest::newRow("XY points") << Series{0x11, 0, 300000, Data::Walk, {-300, 300, -7, 7}, size, -1};
         QTest::newRow("bars") << Series{0x20, 100000, 100000, Data::Noise, window, size, 5};
