@@ -726,11 +726,32 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
     forRange(from, to, 1, [&](const double *p, quint64 n, quint64) { minMax(p, n, lo, hi); });
     // Stored values are finite or the gap marker, the largest double.
     const bool gap = hi == Gap;
-    if (gap || !(lo <= hi)) {
-        flushPendingTail();
-        addSlots(m, from, to, first, slot0);
+    if (gap) {
+        // Each piece between gaps is reduced on its own; a gap breaks the line unless joined.
+        pieces.clear();
+        forRange(from, to, 1, [&](const double *p, quint64 n, quint64 i0) {
+            for (quint64 k = 0; k < n; ++k) {
+                const bool isGap = p[k] == Gap;
+                if (!isGap && (pieces.empty() || pieces.back().second != i0 + k))
+                    pieces.emplace_back(i0 + k, i0 + k + 1);
+                else if (!isGap)
+                    ++pieces.back().second;
+            }
+        });
+        // A piece holds no gap, so reducing it leaves `pieces` alone.
+        quint64 at = from;
+        for (const auto &piece : pieces) {
+            if (breakAtGaps && piece.first > at)
+                breakStrip();
+            reduceLineColumn(m, piece.first, piece.second, first, slot0);
+            at = piece.second;
+        }
+        if (breakAtGaps && at < to)
+            breakStrip();
         return;
     }
+    if (!(lo <= hi))
+        return;
     flushColumn();
     mm[2] = std::min(mm[2], lo);
     mm[3] = std::max(mm[3], hi);

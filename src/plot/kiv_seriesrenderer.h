@@ -13,6 +13,7 @@
 #include <climits>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 // Read-only view of a series' drawn samples and of the state their drawing depends on.
@@ -179,6 +180,7 @@ private:
     std::vector<long> rowColumn;      // points: per pixel row, the column last lit there
     std::vector<double> runs;         // x, y from, y to of vertical runs of lit pixels
     std::vector<double> pendingTail;  // x, y of a run column's last samples, kept once the next is known
+    std::vector<std::pair<quint64, quint64>> pieces; // a column's runs of samples between gaps
     std::vector<quint64> asIs;        // inner samples of a run column whose segments are drawn as they are
     ColumnRun pendingRun;
     double halfWidth = 0.0, halfHeight = 0.0;
