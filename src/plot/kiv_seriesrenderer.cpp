@@ -756,7 +756,7 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
     mm[2] = std::min(mm[2], lo);
     mm[3] = std::max(mm[3], hi);
 
-    auto xOf = [&](quint64 i) { return (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx; };
+    auto xOf = [&](quint64 i) { return xAt(m, i, first, slot0); };
     auto rowOf = [&](double val) {
         const double py = ((val + m.oy) * m.sy + 1.0) * halfHeight;
         return py >= 0.0 ? (py < double(rows) ? long(py) : rows) : -1;
@@ -959,7 +959,7 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
         || (!top.sure && top.doubts > RowJudgement::MaxDoubts)
         || (!bottom.sure && bottom.doubts > RowJudgement::MaxDoubts))
         return false;
-    auto xOf = [&](quint64 i) { return (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx; };
+    auto xOf = [&](quint64 i) { return xAt(m, i, first, slot0); };
     // Inner samples lie strictly inside the column once snapped.
     auto inner = [&](quint64 i) {
         const double fx = windowPoint(xOf(i), 0.0).x() - double(column);
@@ -1097,9 +1097,94 @@ void KivSeriesRenderer::flushPendingTail()
 
 // Reduces a 2-value series. A line whose x goes back anywhere cannot be reduced by columns:
 // returns false (having drawn nothing) so that every sample is drawn instead.
+// Drawn x of sample i: its slot in a time series, its own x in a 2-value line.
+double KivSeriesRenderer::xAt(const Mapping &m, quint64 i, quint64 first, quint64 slot0) const
+{
+    return columnX ? columnX[i] : (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx;
+}
+
+// A 2-value line whose x never decreases is reduced column by column as a time series is:
+// its drawn x and its y (the gap marker where either is a gap) are laid out side by side
+// first. Returns false (having drawn nothing) where x goes back.
+bool KivSeriesRenderer::reduceXYLine(const Mapping &m)
+{
+    const quint64 count = v->count;
+    xyX.resize(count);
+    xyY.resize(count);
+    double previousX = -HUGE_VAL;
+    bool monotonic = true;
+    double lo[2] = {mm[0], mm[2]}, hi[2] = {mm[1], mm[3]};
+    forRange(0, count, 2, [&](const double *p, quint64 n, quint64 i0) {
+        for (quint64 k = 0; k < n && monotonic; ++k, p += 2) {
+            const quint64 i = i0 + k;
+            xyX[i] = (p[0] + m.ox) * m.sx;
+            if (p[0] == Gap || p[1] == Gap) {
+                xyY[i] = Gap;
+                continue;
+            }
+            monotonic = p[0] >= previousX;
+            previousX = p[0];
+            xyY[i] = p[1];
+            for (int r = 0; r < 2; ++r) {
+                lo[r] = std::min(lo[r], p[r]);
+                hi[r] = std::max(hi[r], p[r]);
+            }
+        }
+    });
+    if (!monotonic)
+        return false;
+    for (int r = 0; r < 2; ++r) {
+        mm[2 * r] = lo[r];
+        mm[2 * r + 1] = hi[r];
+    }
+    // A gap's x may be the gap marker: it takes the x of the sample before it, so that the
+    // columns stay in order.
+    double lastX = count > 0 && xyY[0] != Gap ? xyX[0] : -HUGE_VAL;
+    for (quint64 i = 0; i < count; ++i) {
+        if (xyY[i] == Gap)
+            xyX[i] = lastX;
+        else
+            lastX = xyX[i];
+    }
+    spans.assign(1, Span{xyY.data(), count, 0});
+    columnX = xyX.data();
+    // Only the visible columns and one sample either side are visited.
+    auto pixel = [&](quint64 i) { return (xyX[i] + 1.0) * halfWidth; };
+    quint64 from = quint64(std::partition_point(xyX.begin(), xyX.end(), [&](double x) { return (x + 1.0) * halfWidth < 0.0; })
+                           - xyX.begin());
+    quint64 to = quint64(std::partition_point(xyX.begin() + long(from), xyX.end(),
+                                              [&](double x) { return (x + 1.0) * halfWidth < double(columns); })
+                         - xyX.begin());
+    from = from > 0 ? from - 1 : 0;
+    to = std::min(count, to + 1);
+    quint64 i = from;
+    while (i < to) {
+        const double px = pixel(i);
+        quint64 e = i + 1;
+        if (px < double(columns)) {
+            const double edge = px < 0.0 ? 0.0 : std::floor(px) + 1.0;
+            e = quint64(std::partition_point(xyX.begin() + long(i), xyX.begin() + long(to),
+                                             [&](double x) { return (x + 1.0) * halfWidth < edge; })
+                        - xyX.begin());
+            e = std::max(e, i + 1);
+        } else {
+            e = to;
+        }
+        reduceLineColumn(m, i, e, 0, 0);
+        i = e;
+    }
+    flushPendingTail();
+    flushColumn();
+    columnX = nullptr;
+    buildSpans(2);
+    return true;
+}
+
 bool KivSeriesRenderer::reduceXY(const Mapping &m)
 {
     const bool line = reduction == Reduction::Line;
+    if (line)
+        return reduceXYLine(m);
     double previousX = -HUGE_VAL;
     bool monotonic = true;
     forRange(0, v->count, 2, [&](const double *p, quint64 n, quint64 i0) {

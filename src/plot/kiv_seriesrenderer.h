@@ -136,6 +136,8 @@ private:
                    const RowJudgement &top, const RowJudgement &bottom);
     void reducePointColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
     bool reduceXY(const Mapping &m);
+    bool reduceXYLine(const Mapping &m);
+    double xAt(const Mapping &m, quint64 i, quint64 first, quint64 slot0) const;
     void findCurrent(const Mapping &m, int dims);
     void startReduction(int width, int height);
     void add(quint64 i, double x, double y);
@@ -181,7 +183,10 @@ private:
     std::vector<double> runs;         // x, y from, y to of vertical runs of lit pixels
     std::vector<double> pendingTail;  // x, y of a run column's last samples, kept once the next is known
     std::vector<std::pair<quint64, quint64>> pieces; // a column's runs of samples between gaps
-    std::vector<quint64> asIs;        // inner samples of a run column whose segments are drawn as they are
+    std::vector<quint64> asIs;
+    // A 2-value line being reduced: drawn x and y of each sample, and the x the columns use.
+    std::vector<double> xyX, xyY;
+    const double *columnX = nullptr;        // inner samples of a run column whose segments are drawn as they are
     ColumnRun pendingRun;
     double halfWidth = 0.0, halfHeight = 0.0;
     long columns = 0, rows = 0;

@@ -68,6 +68,7 @@ private slots:
         QTest::newRow("line beyond one edge") << Series{0x0, 0, 1000000, Data::Noise, {-1, 1, -2.5, 3.1}, QSize(640, 480), -1};
         QTest::newRow("gaps in every column") << Series{0x0, 0, 1000000, Data::Gaps, {-1.2, 1.3, -0.8, 0.9}, QSize(123, 99), -1};
         QTest::newRow("joined gaps, dense") << Series{0x1000, 0, 1000000, Data::Gaps, {-1, 1, -2.5, 3.1}, QSize(640, 480), -1};
+        QTest::newRow("dense monotonic XY") << Series{0x1, 0, 1000000, Data::Monotonic, {-10, 1010, -2.5, 3.1}, QSize(640, 480), -1};
         QTest::newRow("sparse points") << Series{0x10, 0, 8000, Data::Noise, window, size, -1};
         QTest::newRow("XY points") << Series{0x11, 0, 300000, Data::Walk, {-300, 300, -7, 7}, size, -1};
         QTest::newRow("bars") << Series{0x20, 100000, 100000, Data::Noise, window, size, 5};
