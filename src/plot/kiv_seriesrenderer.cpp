@@ -199,7 +199,6 @@ void KivSeriesRenderer::draw(const KivSeriesView &view, const velo::MatrixF<3, 2
             drawn = reduceXY(m);
         }
         if (drawn) {
-            flushColumn();
             if (!scope)
                 findCurrent(m, dims);
             drawReduced(m, slotCount, dims);
@@ -566,7 +565,6 @@ void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end
         i = e;
     }
     flushPendingTail();
-    flushColumn();
 }
 
 // Offers the 1-value samples from .. to - 1 one by one (sample `first` in slot `slot0`).
@@ -583,7 +581,7 @@ void KivSeriesRenderer::addSlots(const Mapping &m, quint64 from, quint64 to, qui
             mm[2] = std::min(mm[2], val);
             mm[3] = std::max(mm[3], val);
             const quint64 i = i0 + k;
-            add(i, (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx, (val + m.oy) * m.sy);
+            add((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx, (val + m.oy) * m.sy);
         }
     });
 }
@@ -717,8 +715,10 @@ KivSeriesRenderer::Light KivSeriesRenderer::lights(const QPointF &a, const QPoin
     return Light::Maybe;
 }
 
-// The samples from .. to - 1 of a line lie in one pixel column. Without gaps the column is
-// reduced in two tight passes (extremes, then the samples to keep) to what add() keeps.
+// The samples from .. to - 1 of a line lie in one pixel column: two tight passes find its
+// extremes and judge its top and bottom pixel, then the column becomes a run (runColumn())
+// or, where that cannot be decided, the samples that decide its pixels. Pieces between gaps
+// are reduced one by one.
 void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0)
 {
     double lo = HUGE_VAL;
@@ -752,7 +752,6 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
     }
     if (!(lo <= hi))
         return;
-    flushColumn();
     mm[2] = std::min(mm[2], lo);
     mm[3] = std::max(mm[3], hi);
 
@@ -944,7 +943,6 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
             keep(k.x, k.y);
         previousIndex = k.i;
     }
-    previous = picks.back();
 }
 
 // A column lights every row between its top and bottom pixel: its inner segments become one
@@ -1049,7 +1047,6 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
         }
     });
     pendingRun = ColumnRun{column, low, high};
-    previous = Kept{to - 1, xOf(to - 1), (*sampleAt(to - 1, 1) + m.oy) * m.sy};
     if (low <= high) {
         runs.push_back((double(column) + 0.5) / halfWidth - 1.0);
         runs.push_back((double(low) + 0.25) / halfHeight - 1.0);
@@ -1095,8 +1092,6 @@ void KivSeriesRenderer::flushPendingTail()
     pendingTail.clear();
 }
 
-// Reduces a 2-value series. A line whose x goes back anywhere cannot be reduced by columns:
-// returns false (having drawn nothing) so that every sample is drawn instead.
 // Drawn x of sample i: its slot in a time series, its own x in a 2-value line.
 double KivSeriesRenderer::xAt(const Mapping &m, quint64 i, quint64 first, quint64 slot0) const
 {
@@ -1174,42 +1169,29 @@ bool KivSeriesRenderer::reduceXYLine(const Mapping &m)
         i = e;
     }
     flushPendingTail();
-    flushColumn();
     columnX = nullptr;
     buildSpans(2);
     return true;
 }
 
+// Reduces a 2-value series. A line whose x goes back anywhere cannot be reduced by columns:
+// returns false (having drawn nothing) so that every sample is drawn instead.
 bool KivSeriesRenderer::reduceXY(const Mapping &m)
 {
-    const bool line = reduction == Reduction::Line;
-    if (line)
+    if (reduction == Reduction::Line)
         return reduceXYLine(m);
-    double previousX = -HUGE_VAL;
-    bool monotonic = true;
-    forRange(0, v->count, 2, [&](const double *p, quint64 n, quint64 i0) {
-        for (quint64 k = 0; k < n && monotonic; ++k, p += 2) {
-            if (p[0] == Gap || p[1] == Gap) {
-                if (breakAtGaps)
-                    breakStrip();
+    forRange(0, v->count, 2, [&](const double *p, quint64 n, quint64) {
+        for (quint64 k = 0; k < n; ++k, p += 2) {
+            if (p[0] == Gap || p[1] == Gap)
                 continue;
-            }
-            if (line) {
-                if (!(p[0] >= previousX)) {
-                    monotonic = false;
-                    break;
-                }
-                previousX = p[0];
-            }
             for (int r = 0; r < 2; ++r) {
                 mm[2 * r] = std::min(mm[2 * r], p[r]);
                 mm[2 * r + 1] = std::max(mm[2 * r + 1], p[r]);
             }
-            add(i0 + k, (p[0] + m.ox) * m.sx, (p[1] + m.oy) * m.sy);
+            add((p[0] + m.ox) * m.sx, (p[1] + m.oy) * m.sy);
         }
     });
-    flushColumn();
-    return monotonic;
+    return true;
 }
 
 // The current value of a reduced series, taken from the store directly.
@@ -1255,70 +1237,17 @@ void KivSeriesRenderer::startReduction(int width, int height)
     stripStarts.assign(1, 0);
     pendingTail.clear();
     pendingRun = ColumnRun{};
-    columnOpen = false;
-    previous = Kept{};
     if (reduction == Reduction::Points)
         rowColumn.assign(size_t(rows) + 2, LONG_MIN);
 }
 
-// Offers one drawn sample (device coordinates) to the reduction.
-void KivSeriesRenderer::add(quint64 i, double x, double y)
+// Offers one drawn point or bar (device coordinates) to the reduction.
+void KivSeriesRenderer::add(double x, double y)
 {
     const double px = (x + 1.0) * halfWidth;
     switch (reduction) {
-    case Reduction::Line: {
-        // Everything left or right of the viewport shares one column: only the samples
-        // next to the visible ones matter there.
-        const long c = px >= 0.0 ? (px < double(columns) ? long(px) : columns) : -1;
-        const Kept s{i, x, y};
-        if (needAfterTop && top.size() < MaxRowSamples)
-            top.push_back(s);
-        if (needAfterBottom && bottom.size() < MaxRowSamples)
-            bottom.push_back(s);
-        if (needAfterEdge)
-            edges.push_back(s);
-        needAfterTop = needAfterBottom = needAfterEdge = false;
-        // Rows above and below the viewport each count as one.
-        const double py = (y + 1.0) * halfHeight;
-        const long r = py >= 0.0 ? (py < double(rows) ? long(py) : rows) : -1;
-        if (!columnOpen || c != column) {
-            flushColumn();
-            column = c;
-            columnOpen = true;
-            first = last = s;
-            topRow = bottomRow = r;
-            top.clear();
-            bottom.clear();
-            edges.clear();
-            keepAround(top, s, needAfterTop);
-            keepAround(bottom, s, needAfterBottom);
-        } else {
-            // Beyond the viewport only the first sample to get there matters.
-            if (r > topRow) {
-                topRow = r;
-                top.clear();
-                keepAround(top, s, needAfterTop);
-            } else if (r == topRow && r < rows) {
-                keepAround(top, s, needAfterTop);
-            }
-            if (r < bottomRow) {
-                bottomRow = r;
-                bottom.clear();
-                keepAround(bottom, s, needAfterBottom);
-            } else if (r == bottomRow && r >= 0) {
-                keepAround(bottom, s, needAfterBottom);
-            }
-            last = s;
-        }
-        const double fx = px - std::floor(px);
-        if (fx < LineEdgeMargin || fx > 1.0 - LineEdgeMargin) {
-            edges.push_back(previous);
-            edges.push_back(s);
-            needAfterEdge = true;
-        }
-        previous = s;
+    case Reduction::Line: // lines are reduced a column at a time
         return;
-    }
     case Reduction::Points: {
         // One point per pixel; a point lights the pixel it lies in.
         const double py = (y + 1.0) * halfHeight;
@@ -1356,45 +1285,9 @@ void KivSeriesRenderer::keep(double x, double y)
     kept.push_back(y);
 }
 
-void KivSeriesRenderer::keepAround(std::vector<Kept> &row, const Kept &s, bool &needNext)
-{
-    if (row.size() + 2 > MaxRowSamples)
-        return;
-    row.push_back(previous);
-    row.push_back(s);
-    needNext = true;
-}
-
-// Emits the kept samples of a line column in their order.
-void KivSeriesRenderer::flushColumn()
-{
-    if (!columnOpen)
-        return;
-    columnOpen = false;
-    needAfterTop = needAfterBottom = needAfterEdge = false;
-    picks.clear();
-    picks.push_back(first);
-    picks.push_back(last);
-    // Neighbours from other columns are drawn there already.
-    for (const std::vector<Kept> *row : {&top, &bottom, &edges}) {
-        for (const Kept &k : *row) {
-            if (k.i >= first.i && k.i <= last.i)
-                picks.push_back(k);
-        }
-    }
-    std::sort(picks.begin(), picks.end(), [](const Kept &a, const Kept &b) { return a.i < b.i; });
-    quint64 previousIndex = ~quint64(0);
-    for (const Kept &k : picks) {
-        if (k.i != previousIndex)
-            keep(k.x, k.y);
-        previousIndex = k.i;
-    }
-}
-
 void KivSeriesRenderer::breakStrip()
 {
     flushPendingTail();
-    flushColumn();
     startStrip();
 }
 

@@ -48,13 +48,15 @@ struct KivSeriesDrawing
  * \brief Draws one series into the current GL context (fixed-function pipeline).
  *
  * With decimation on, a line, point or bar series holding more than about four samples per
- * pixel column is reduced to what can change pixels. A line keeps per column its first and
- * last sample, the samples near the column's edges, and for its top and bottom pixel row the
- * segments that decide that pixel (judged by the diamond-exit rule), all with their
- * neighbours: every row between is crossed anyway. Points become one vertical segment per run
- * of lit pixels, bars the ones that cover a pixel centre. Only the visible part of a time
- * series is visited for drawing. Smaller series, markers, 3-value and non-monotonic 2-value
- * lines are drawn sample by sample. Extents and the current value are the same either way.
+ * pixel column is reduced to what can change pixels, modelling a rasteriser that snaps
+ * vertices to 1/256 pixel and lights lines by the diamond-exit rule. A line column becomes
+ * one vertical run over the rows its inner segments light; the segments across its edges,
+ * and those that may or may not light its top or bottom pixel, are drawn as they are. Points
+ * become one point or vertical segment per pixel or run of lit pixels, bars the ones that
+ * cover a pixel centre. Only the visible part is visited for drawing. Smaller series,
+ * markers, 3-value and non-monotonic 2-value lines are drawn sample by sample. Extents and
+ * the current value are the same either way, and an unchanged series is drawn again from
+ * what its last reduction kept.
  */
 class KivSeriesRenderer
 {
@@ -140,9 +142,8 @@ private:
     double xAt(const Mapping &m, quint64 i, quint64 first, quint64 slot0) const;
     void findCurrent(const Mapping &m, int dims);
     void startReduction(int width, int height);
-    void add(quint64 i, double x, double y);
+    void add(double x, double y);
     void breakStrip();
-    void flushColumn();
     void keep(double x, double y);
     void emitReduced(const Mapping &m) const;
 
@@ -183,23 +184,14 @@ private:
     std::vector<double> runs;         // x, y from, y to of vertical runs of lit pixels
     std::vector<double> pendingTail;  // x, y of a run column's last samples, kept once the next is known
     std::vector<std::pair<quint64, quint64>> pieces; // a column's runs of samples between gaps
-    std::vector<quint64> asIs;
+    std::vector<quint64> asIs;        // inner samples of a run column whose segments are drawn as they are
+    std::vector<Kept> picks;          // a line column reduced sample by sample: what it keeps
     // A 2-value line being reduced: drawn x and y of each sample, and the x the columns use.
     std::vector<double> xyX, xyY;
-    const double *columnX = nullptr;        // inner samples of a run column whose segments are drawn as they are
+    const double *columnX = nullptr;
     ColumnRun pendingRun;
     double halfWidth = 0.0, halfHeight = 0.0;
     long columns = 0, rows = 0;
-    bool columnOpen = false;
-    long column = 0;
-    // Sample by sample (2-value lines, and columns holding gaps) a line column keeps its
-    // first and last sample and the samples of its top and bottom pixel row (up to a bound)
-    // and those near its edges, each with the samples either side.
-    void keepAround(std::vector<Kept> &row, const Kept &s, bool &needNext);
-    Kept first{}, last{}, previous{};
-    long topRow = 0, bottomRow = 0;
-    std::vector<Kept> top, bottom, edges, picks;
-    bool needAfterTop = false, needAfterBottom = false, needAfterEdge = false;
 };
 
 #endif // KIV_SERIESRENDERER_H
