@@ -114,7 +114,7 @@ Row frameTimes(long n, bool points)
         qx[int(i)] = double(i);
         qy[int(i)] = y[size_t(i)];
     }
-    const int frames = n >= 1000000 ? 9 : 25;
+    const int frames = 25;
     Row row {};
 
     {
@@ -179,7 +179,7 @@ Row frameTimes(long n, bool points)
 // that nothing drawn before can be reused. The QCustomPlot figure includes its append.
 Row liveFrameTimes(long n)
 {
-    const int frames = n >= 1000000 ? 9 : 25;
+    const int frames = 25;
     const double nan = std::nan("");
     Row row { nan, nan, nan, nan, nan };
     {
