@@ -24,7 +24,6 @@ GLuint patternTexture(quint16 pattern)
     GLubyte alpha[16];
     for (int i = 0; i < 16; ++i)
         alpha[i] = (pattern >> i) & 1 ? 255 : 0;
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     glTexImage1D(GL_TEXTURE_1D, 0, GL_ALPHA, 16, 0, GL_ALPHA, GL_UNSIGNED_BYTE, alpha);
     glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_1D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);

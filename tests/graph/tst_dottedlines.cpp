@@ -1,9 +1,11 @@
-// The grid's dotted lines must light the pixels glLineStipple lights, at every stipple factor.
+// The grid's dotted lines must light the pixels glLineStipple lights, at every stipple factor,
+// and leave the text written after them intact.
 
 #include "kiv_dottedlines_p.h"
 
 #include <QOpenGLFunctions>
 #include <QOpenGLWidget>
+#include <QPainter>
 #include <QtTest>
 
 namespace {
@@ -45,6 +47,11 @@ protected:
             for (double y : ys)
                 lines.horizontal(y);
         }
+        // Text after the lines, as a graph writes its labels: the lines must leave the GL
+        // state the painter's glyph cache relies on as they found it.
+        QPainter painter(this);
+        painter.setPen(Qt::black);
+        painter.drawText(QRect(10, 10, 200, 40), Qt::AlignLeft, QStringLiteral("-2.5 OUT OF RANGE 0.8"));
     }
 };
 
@@ -68,14 +75,17 @@ private slots:
     {
         QFETCH(int, factor);
         QFETCH(QSize, size);
-        Lines w;
-        w.factor = factor;
-        w.resize(size);
-        w.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&w));
-        const QImage dotted = w.grabFramebuffer();
-        w.stipple = true;
-        const QImage stippled = w.grabFramebuffer();
+        // Two widgets, two contexts: each fills its own glyph cache.
+        Lines dottedWidget, stippledWidget;
+        stippledWidget.stipple = true;
+        for (Lines* w : {&dottedWidget, &stippledWidget}) {
+            w->factor = factor;
+            w->resize(size);
+            w->show();
+            QVERIFY(QTest::qWaitForWindowExposed(w));
+        }
+        const QImage dotted = dottedWidget.grabFramebuffer();
+        const QImage stippled = stippledWidget.grabFramebuffer();
         int lit = 0;
         for (int y = 0; y < size.height(); ++y) {
             for (int x = 0; x < size.width(); ++x) {
