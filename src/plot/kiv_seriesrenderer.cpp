@@ -185,8 +185,7 @@ void KivSeriesRenderer::draw(const KivSeriesView &view, const velo::MatrixF<3, 2
         buildSpans(scope ? 1 : dims);
         startReduction(width, height);
         if (scope) {
-            const quint64 cursor = view.scopeOffset >= 0 && quint64(view.scopeOffset) < slotCount
-                                       ? quint64(view.scopeOffset) : 0;
+            const quint64 cursor = scopeCursor(slotCount);
             const quint64 wrapAt = std::min(count, view.maxItemCount - cursor);
             reduceSlots(m, 0, wrapAt, cursor);
             breakStrip(); // no line crosses the graph at the wrap
@@ -227,14 +226,17 @@ void KivSeriesRenderer::draw(const KivSeriesView &view, const velo::MatrixF<3, 2
 void KivSeriesRenderer::drawReduced(const Mapping &m, quint64 slotCount, int dims)
 {
     const bool scope = v->maxItemCount > 0 && (v->style & 0x103) == KivDataStyleScope;
-    if (scope) {
-        const quint64 cursor = v->scopeOffset >= 0 && quint64(v->scopeOffset) < slotCount
-                                   ? quint64(v->scopeOffset) : 0;
-        drawCursorLine((-1.0 + double(cursor) * m.slot + m.ox) * m.sx);
-    }
+    if (scope)
+        drawCursorLine((-1.0 + double(scopeCursor(slotCount)) * m.slot + m.ox) * m.sx);
     emitReduced(m);
     if (!scope)
         drawCursorMark(m, slotCount, dims);
+}
+
+// The sweep's cursor slot: the scope offset where it lies within the slots, else 0.
+quint64 KivSeriesRenderer::scopeCursor(quint64 slotCount) const
+{
+    return v->scopeOffset >= 0 && quint64(v->scopeOffset) < slotCount ? quint64(v->scopeOffset) : 0;
 }
 
 KivSeriesRenderer::ReplayKey KivSeriesRenderer::replayKey(const KivSeriesView &view, const velo::MatrixF<3, 2> &box,
@@ -409,7 +411,7 @@ void KivSeriesRenderer::drawScope(const Mapping &m, quint64 slotCount)
     const double aspect = v->aspect;
     const double base = m.oy * m.sy;
 
-    const quint64 cursor = v->scopeOffset >= 0 && quint64(v->scopeOffset) < slotCount ? quint64(v->scopeOffset) : 0;
+    const quint64 cursor = scopeCursor(slotCount);
     drawCursorLine((-1.0 + double(cursor) * m.slot + m.ox) * m.sx);
 
     const quint64 wrapAt = v->maxItemCount > cursor ? v->maxItemCount - cursor : 0;
@@ -756,10 +758,7 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
     mm[3] = std::max(mm[3], hi);
 
     auto xOf = [&](quint64 i) { return xAt(m, i, first, slot0); };
-    auto rowOf = [&](double val) {
-        const double py = ((val + m.oy) * m.sy + 1.0) * halfHeight;
-        return py >= 0.0 ? (py < double(rows) ? long(py) : rows) : -1;
-    };
+    auto rowOf = [&](double val) { return rowOfValue(m, val); };
     picks.clear();
     auto pick = [&](quint64 i, double val) { picks.push_back(Kept{i, xOf(i), (val + m.oy) * m.sy}); };
     const double *p = sampleAt(from, 1);
@@ -869,7 +868,7 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
             beforeBottom = isBottom;
         }
     });
-    if (runColumn(m, from, to, first, slot0, column, top, bottom))
+    if (runColumn(m, from, to, first, slot0, column, lo, hi, top, bottom))
         return;
     flushPendingTail();
     // The first and last sample with their inner neighbours; the segment judged for a row
@@ -951,7 +950,8 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
 // pixel are drawn as they are. Returns false where that does not hold (wide lines, rows
 // beyond the viewport, too many doubtful segments).
 bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0,
-                                  long column, const RowJudgement &top, const RowJudgement &bottom)
+                                  long column, double lo, double hi, const RowJudgement &top,
+                                  const RowJudgement &bottom)
 {
     if (v->pixelRatio != 1.0 || column < 0 || column >= columns || top.row < 0 || bottom.row >= rows
         || (!top.sure && top.doubts > RowJudgement::MaxDoubts)
@@ -975,12 +975,17 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
     // The run stands for the inner segments; the segments at the edges light the neighbouring
     // column as well. Where only those reach an extreme row, the inner extreme row is left to
     // the inner segments that touch it, drawn as they are.
-    double innerLow = HUGE_VAL, innerHigh = -HUGE_VAL;
-    forRange(a, b + 1, 1, [&](const double *p, quint64 n, quint64) { minMax(p, n, innerLow, innerHigh); });
-    auto rowOf = [&](double val) {
-        const double py = ((val + m.oy) * m.sy + 1.0) * halfHeight;
-        return py >= 0.0 ? (py < double(rows) ? long(py) : rows) : -1;
-    };
+    // The inner samples hold the column's extremes unless an edge sample reaches one too.
+    double innerLow = lo, innerHigh = hi;
+    double edgeLow = HUGE_VAL, edgeHigh = -HUGE_VAL;
+    forRange(from, a, 1, [&](const double *p, quint64 n, quint64) { minMax(p, n, edgeLow, edgeHigh); });
+    forRange(b + 1, to, 1, [&](const double *p, quint64 n, quint64) { minMax(p, n, edgeLow, edgeHigh); });
+    if (edgeLow <= lo || edgeHigh >= hi) {
+        innerLow = HUGE_VAL;
+        innerHigh = -HUGE_VAL;
+        forRange(a, b + 1, 1, [&](const double *p, quint64 n, quint64) { minMax(p, n, innerLow, innerHigh); });
+    }
+    auto rowOf = [&](double val) { return rowOfValue(m, val); };
     const long innerTop = rowOf(innerHigh);
     const long innerBottom = rowOf(innerLow);
     const bool topReached = innerTop == top.row;
@@ -1092,6 +1097,13 @@ void KivSeriesRenderer::flushPendingTail()
     pendingTail.clear();
 }
 
+// Pixel row of value `val`: -1 below the viewport, `rows` above it.
+long KivSeriesRenderer::rowOfValue(const Mapping &m, double val) const
+{
+    const double py = ((val + m.oy) * m.sy + 1.0) * halfHeight;
+    return py >= 0.0 ? (py < double(rows) ? long(py) : rows) : -1;
+}
+
 // Drawn x of sample i: its slot in a time series, its own x in a 2-value line.
 double KivSeriesRenderer::xAt(const Mapping &m, quint64 i, quint64 first, quint64 slot0) const
 {
@@ -1107,18 +1119,23 @@ bool KivSeriesRenderer::reduceXYLine(const Mapping &m)
     xyX.resize(count);
     xyY.resize(count);
     double previousX = -HUGE_VAL;
+    double drawnX = -HUGE_VAL;
     bool monotonic = true;
     double lo[2] = {mm[0], mm[2]}, hi[2] = {mm[1], mm[3]};
     forRange(0, count, 2, [&](const double *p, quint64 n, quint64 i0) {
         for (quint64 k = 0; k < n && monotonic; ++k, p += 2) {
             const quint64 i = i0 + k;
-            xyX[i] = (p[0] + m.ox) * m.sx;
+            // A gap's x may be the gap marker: it takes the x of the sample before it, so
+            // that the columns stay in order.
             if (p[0] == Gap || p[1] == Gap) {
+                xyX[i] = drawnX;
                 xyY[i] = Gap;
                 continue;
             }
             monotonic = p[0] >= previousX;
             previousX = p[0];
+            drawnX = (p[0] + m.ox) * m.sx;
+            xyX[i] = drawnX;
             xyY[i] = p[1];
             for (int r = 0; r < 2; ++r) {
                 lo[r] = std::min(lo[r], p[r]);
@@ -1131,15 +1148,6 @@ bool KivSeriesRenderer::reduceXYLine(const Mapping &m)
     for (int r = 0; r < 2; ++r) {
         mm[2 * r] = lo[r];
         mm[2 * r + 1] = hi[r];
-    }
-    // A gap's x may be the gap marker: it takes the x of the sample before it, so that the
-    // columns stay in order.
-    double lastX = count > 0 && xyY[0] != Gap ? xyX[0] : -HUGE_VAL;
-    for (quint64 i = 0; i < count; ++i) {
-        if (xyY[i] == Gap)
-            xyX[i] = lastX;
-        else
-            lastX = xyX[i];
     }
     spans.assign(1, Span{xyY.data(), count, 0});
     columnX = xyX.data();

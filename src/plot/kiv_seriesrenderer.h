@@ -134,8 +134,11 @@ private:
     void keepAcrossEdge(const ColumnRun &left, const ColumnRun &right);
     void flushPendingTail();
     void startStrip();
-    bool runColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0, long column,
-                   const RowJudgement &top, const RowJudgement &bottom);
+    // lo .. hi: the column's extreme values.
+    bool runColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0, long column, double lo,
+                   double hi, const RowJudgement &top, const RowJudgement &bottom);
+    long rowOfValue(const Mapping &m, double val) const;
+    quint64 scopeCursor(quint64 slotCount) const;
     void reducePointColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
     bool reduceXY(const Mapping &m);
     bool reduceXYLine(const Mapping &m);
