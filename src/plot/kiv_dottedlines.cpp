@@ -54,6 +54,8 @@ KivDottedLines::KivDottedLines(int factor, quint16 pattern)
 KivDottedLines::~KivDottedLines()
 {
     glEnd();
+    // Back to GL's defaults, which the text layer and subclasses drawing after the grid expect.
+    glAlphaFunc(GL_ALWAYS, 0.0f);
     glDisable(GL_ALPHA_TEST);
     glDisable(GL_TEXTURE_1D);
     glBindTexture(GL_TEXTURE_1D, 0);
