@@ -179,7 +179,8 @@ void KivGraph3D::paintGL()
 
 void KivGraph3D::clearGL()
 {
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    // Depth and stencil together: one plain fill of their shared words (see KivGraph::paintGL).
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
     glLoadIdentity();
 }
 
