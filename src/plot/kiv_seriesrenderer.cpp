@@ -759,28 +759,6 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
 
     auto xOf = [&](quint64 i) { return xAt(m, i, first, slot0); };
     auto rowOf = [&](double val) { return rowOfValue(m, val); };
-    picks.clear();
-    auto pick = [&](quint64 i, double val) { picks.push_back(Kept{i, xOf(i), (val + m.oy) * m.sy}); };
-    const double *p = sampleAt(from, 1);
-    pick(from, *p);
-    pick(to - 1, *sampleAt(to - 1, 1));
-    // Samples near the column's edges, with their neighbours.
-    for (quint64 i = from; i < to; ++i) {
-        const double px = (xOf(i) + 1.0) * halfWidth;
-        const double fx = px - std::floor(px);
-        if (fx >= LineEdgeMargin)
-            break;
-        for (quint64 k = i > from ? i - 1 : i; k <= i + 1 && k < to; ++k)
-            pick(k, *sampleAt(k, 1));
-    }
-    for (quint64 i = to; i-- > from;) {
-        const double px = (xOf(i) + 1.0) * halfWidth;
-        const double fx = px - std::floor(px);
-        if (fx <= 1.0 - LineEdgeMargin)
-            break;
-        for (quint64 k = i > from ? i - 1 : i; k <= i + 1 && k < to; ++k)
-            pick(k, *sampleAt(k, 1));
-    }
     // The top and bottom pixel rows. Inside the viewport, the segments within the column
     // that touch such a row are judged (see lights()): one that surely lights the row's
     // pixel is kept, or, when none can, one sample of the row with its neighbours; every
@@ -871,6 +849,27 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
     if (runColumn(m, from, to, first, slot0, column, lo, hi, top, bottom))
         return;
     flushPendingTail();
+    picks.clear();
+    auto pick = [&](quint64 i, double val) { picks.push_back(Kept{i, xOf(i), (val + m.oy) * m.sy}); };
+    pick(from, *sampleAt(from, 1));
+    pick(to - 1, *sampleAt(to - 1, 1));
+    // Samples near the column's edges, with their neighbours.
+    for (quint64 i = from; i < to; ++i) {
+        const double px = (xOf(i) + 1.0) * halfWidth;
+        const double fx = px - std::floor(px);
+        if (fx >= LineEdgeMargin)
+            break;
+        for (quint64 k = i > from ? i - 1 : i; k <= i + 1 && k < to; ++k)
+            pick(k, *sampleAt(k, 1));
+    }
+    for (quint64 i = to; i-- > from;) {
+        const double px = (xOf(i) + 1.0) * halfWidth;
+        const double fx = px - std::floor(px);
+        if (fx <= 1.0 - LineEdgeMargin)
+            break;
+        for (quint64 k = i > from ? i - 1 : i; k <= i + 1 && k < to; ++k)
+            pick(k, *sampleAt(k, 1));
+    }
     // The first and last sample with their inner neighbours; the segment judged for a row
     // (ending at its witness) with the samples either side.
     for (quint64 i : {from + 1, to - 2}) {
