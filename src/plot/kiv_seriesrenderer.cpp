@@ -1,6 +1,7 @@
 #include "kiv_seriesrenderer.h"
 
 #include "kiv_dataset.h"
+#include "kiv_linepixels_p.h"
 
 #include <GL/gl.h>
 
@@ -672,9 +673,7 @@ void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint6
             r = end;
             continue;
         }
-        runs.push_back(xc);
-        runs.push_back((double(r) + 0.25) / halfHeight - 1.0);
-        runs.push_back((double(end) + 0.25) / halfHeight - 1.0);
+        runs.push_back(ColumnRun{c, r, end - 1});
         r = end;
     }
     addSlots(m, innerTo, to, first, slot0);
@@ -715,6 +714,22 @@ KivSeriesRenderer::Light KivSeriesRenderer::lights(const QPointF &a, const QPoin
     if (least < 0.5 - margin && end > 0.5 + margin && !onCentreLine(a) && !onCentreLine(b))
         return Light::Surely;
     return Light::Maybe;
+}
+
+// Whether the segment a -> b (graph coordinates) lights pixel (column, row): exactly where
+// the line model knows, else by the margins of lights(). An end on a row boundary stays with
+// lights(): such a line may light the row below the one its value falls in, which the
+// reduction of a column only finds among the doubtful segments.
+KivSeriesRenderer::Light KivSeriesRenderer::segmentLights(const QPointF &a, const QPointF &b, long column,
+                                                          long row) const
+{
+    const QPointF wa = windowPoint(a.x(), a.y());
+    const QPointF wb = windowPoint(b.x(), b.y());
+    KivLinePixels line{int(columns), int(rows)};
+    if (v->pixelRatio == 1.0 && wa.y() != std::floor(wa.y()) && wb.y() != std::floor(wb.y())
+        && line.setSegment(a.x(), a.y(), b.x(), b.y()))
+        return line.lights(column, row) ? Light::Surely : Light::Never;
+    return lights(wa, wb, QPointF(double(column) + 0.5, double(row) + 0.5));
 }
 
 // The samples from .. to - 1 of a line lie in one pixel column: two tight passes find its
@@ -789,7 +804,8 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
         const QPointF centre(double(column) + 0.5, double(row.row) + 0.5);
         const QPointF pa = pointOf(i - 1, a);
         const QPointF pb = pointOf(i, b);
-        const Light l = lights(pa, pb, centre);
+        const Light l = segmentLights(QPointF(xOf(i - 1), (a + m.oy) * m.sy), QPointF(xOf(i), (b + m.oy) * m.sy),
+                                      column, row.row);
         if (l == Light::Surely && !row.sure) {
             row.sure = row.any = true;
             row.witness = i;
@@ -906,8 +922,7 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
         for (const RowJudgement *row : {&top, &bottom}) {
             if (!row->inside || row->sure || (std::abs(rowA - row->row) > 1 && std::abs(rowB - row->row) > 1))
                 continue;
-            const QPointF centre(double(column) + 0.5, double(row->row) + 0.5);
-            if (lights(windowPoint(a.x, a.y), windowPoint(b.x, b.y), centre) != Light::Never)
+            if (segmentLights(QPointF(a.x, a.y), QPointF(b.x, b.y), column, row->row) != Light::Never)
                 exact = false;
         }
     }
@@ -1004,9 +1019,33 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
         if (!fits)
             return false;
     }
+    // An inner extreme row that only the inner segments touching it reach: its pixel is lit
+    // when one of them surely lights it, dark when none may. Only where that stays open are
+    // they drawn as they are.
+    auto pointAt = [&](quint64 i) { return QPointF(xOf(i), (*sampleAt(i, 1) + m.oy) * m.sy); };
+    bool topLit = false, topOpen = false, bottomLit = false, bottomOpen = false;
+    for (quint64 i : asIs) {
+        const long r = rowOf(*sampleAt(i, 1));
+        for (quint64 end : {i, i + 1}) {
+            if (end <= a || end > b)
+                continue;
+            for (bool isTop : {true, false}) {
+                if (isTop ? (topReached || r != innerTop) : (bottomReached || r != innerBottom))
+                    continue;
+                const Light l = segmentLights(pointAt(end - 1), pointAt(end), column, r);
+                (isTop ? topLit : bottomLit) |= l == Light::Surely;
+                (isTop ? topOpen : bottomOpen) |= l == Light::Maybe;
+            }
+        }
+    }
+    topOpen = topOpen && !topLit;
+    bottomOpen = bottomOpen && !bottomLit;
     // A line leaving the viewport lights every row up to its edge.
-    const long low = std::max(bottomReached ? (bottom.sure ? bottom.row : bottom.row + 1) : innerBottom + 1, 0L);
-    const long high = std::min(topReached ? (top.sure ? top.row : top.row - 1) : innerTop - 1, rows - 1);
+    long low = std::max(bottomReached ? (bottom.sure ? bottom.row : bottom.row + 1)
+                                      : (bottomLit ? innerBottom : innerBottom + 1),
+                        0L);
+    long high = std::min(topReached ? (top.sure ? top.row : top.row - 1) : (topLit ? innerTop : innerTop - 1),
+                         rows - 1);
     // The segments up to the first inner sample, and from the last one on, as they are, but
     // for those across the left edge that stay within the runs either side of it.
     if (pendingRun.column == column - 1 && !pendingTail.empty()) {
@@ -1016,7 +1055,10 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
                 pendingTail.push_back((p[k] + m.oy) * m.sy);
             }
         });
-        keepAcrossEdge(pendingRun, ColumnRun{column, low, high});
+        ColumnRun run{column, low, high};
+        keepAcrossEdge(pendingRun, run);
+        low = run.low;
+        high = run.high;
     } else {
         flushPendingTail();
         forRange(from, a + 1, 1, [&](const double *p, quint64 n, quint64 i0) {
@@ -1038,6 +1080,9 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
             keepSegment(row->doubtful[d]);
     }
     for (quint64 i : asIs) {
+        const long r = rowOf(*sampleAt(i, 1));
+        if (!((topOpen && r == innerTop) || (bottomOpen && r == innerBottom)))
+            continue;
         if (i > a)
             keepSegment(i);
         if (i < b)
@@ -1051,32 +1096,53 @@ bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, qu
         }
     });
     pendingRun = ColumnRun{column, low, high};
-    if (low <= high) {
-        runs.push_back((double(column) + 0.5) / halfWidth - 1.0);
-        runs.push_back((double(low) + 0.25) / halfHeight - 1.0);
-        runs.push_back((double(high + 1) + 0.25) / halfHeight - 1.0);
-    }
+    if (low <= high)
+        runs.push_back(ColumnRun{column, low, high});
     return true;
 }
 
 // Keeps the segments of the pending polyline around the edge between the columns of `left`
 // and `right`. Such a segment lies within a pixel of that edge, so it lights pixels of these
 // two columns only, within the rows its ends reach: where both runs cover those rows, it adds
-// nothing.
-void KivSeriesRenderer::keepAcrossEdge(const ColumnRun &left, const ColumnRun &right)
+// nothing. Where the line model knows its pixels and they touch the runs, the runs grow over
+// them instead (`left` is the last run kept, `right` the one about to be).
+void KivSeriesRenderer::keepAcrossEdge(const ColumnRun &left, ColumnRun &right)
 {
     const size_t n = pendingTail.size() / 2;
     const double *p = pendingTail.data();
     const long low = std::max(left.low, right.low);
     const long high = std::min(left.high, right.high);
+    ColumnRun *kept = !runs.empty() && runs.back().column == left.column ? &runs.back() : nullptr;
     // Rows of the snapped ends: a segment lights no row beyond them.
     auto rowOf = [&](size_t k) { return long(std::floor(windowPoint(p[2 * k], p[2 * k + 1]).y())); };
+    KivLinePixels line{int(columns), int(rows)};
+    // Grows the runs over the segment's pixels, if they all lie next to or within them.
+    auto absorb = [&](size_t k) {
+        if (v->pixelRatio != 1.0 || !kept || right.low > right.high
+            || !line.setSegment(p[2 * k], p[2 * k + 1], p[2 * k + 2], p[2 * k + 3]))
+            return false;
+        ColumnRun grown[2] = {*kept, right};
+        for (long c = line.firstColumn(); c <= line.lastColumn(); ++c) {
+            long lo, hi;
+            line.rowsIn(c, lo, hi);
+            if (lo > hi)
+                continue;
+            ColumnRun *run = c == grown[0].column ? &grown[0] : c == grown[1].column ? &grown[1] : nullptr;
+            if (!run || hi < run->low - 1 || lo > run->high + 1)
+                return false;
+            run->low = std::min(run->low, lo);
+            run->high = std::max(run->high, hi);
+        }
+        *kept = grown[0];
+        right = grown[1];
+        return true;
+    };
     size_t lastKept = ~size_t(0);
     long rb = n > 0 ? rowOf(0) : 0;
     for (size_t k = 0; k + 1 < n; ++k) {
         const long ra = rb;
         rb = rowOf(k + 1);
-        if (std::min(ra, rb) >= low && std::max(ra, rb) <= high)
+        if ((std::min(ra, rb) >= low && std::max(ra, rb) <= high) || absorb(k))
             continue;
         if (lastKept != k) {
             startStrip();
@@ -1305,6 +1371,18 @@ void KivSeriesRenderer::startStrip()
         stripStarts.push_back(at);
 }
 
+// The runs of lit pixels, within a GL_LINES batch: each a vertical segment through the pixel
+// centres, from a quarter into its first pixel to a quarter into the pixel above its last.
+// Under the diamond-exit rule it lights exactly the run.
+void KivSeriesRenderer::emitRuns() const
+{
+    for (const ColumnRun &r : runs) {
+        const double x = (double(r.column) + 0.5) / halfWidth - 1.0;
+        glVertex2d(x, (double(r.low) + 0.25) / halfHeight - 1.0);
+        glVertex2d(x, (double(r.high + 1) + 0.25) / halfHeight - 1.0);
+    }
+}
+
 void KivSeriesRenderer::emitReduced(const Mapping &m) const
 {
     const size_t n = kept.size() / 2;
@@ -1320,10 +1398,7 @@ void KivSeriesRenderer::emitReduced(const Mapping &m) const
                 glVertex2d(p[2 * k], p[2 * k + 1]);
             }
         }
-        for (size_t k = 0; k + 2 < runs.size(); k += 3) {
-            glVertex2d(runs[k], runs[k + 1]);
-            glVertex2d(runs[k], runs[k + 2]);
-        }
+        emitRuns();
         glEnd();
         break;
     case Reduction::Points:
@@ -1335,10 +1410,7 @@ void KivSeriesRenderer::emitReduced(const Mapping &m) const
         }
         if (!runs.empty()) {
             beginPrimitive(GL_LINES);
-            for (size_t k = 0; k + 2 < runs.size(); k += 3) {
-                glVertex2d(runs[k], runs[k + 1]);
-                glVertex2d(runs[k], runs[k + 2]);
-            }
+            emitRuns();
             glEnd();
         }
         break;

@@ -50,8 +50,10 @@ struct KivSeriesDrawing
  * With decimation on, a line, point or bar series holding more than about four samples per
  * pixel column is reduced to what can change pixels, modelling a rasteriser that snaps
  * vertices to 1/256 pixel and lights lines by the diamond-exit rule. A line column becomes
- * one vertical run over the rows its inner segments light; the segments across its edges,
- * and those that may or may not light its top or bottom pixel, are drawn as they are. Points
+ * one vertical run over the rows its inner segments light. The segments across its edges and
+ * those that reach its top or bottom pixel are judged by the model of the rasteriser's line
+ * setup (KivLinePixels): the run grows over the pixels they surely light, and only those the
+ * model cannot answer for are drawn as they are. Points
  * become one point or vertical segment per pixel or run of lit pixels, bars the ones that
  * cover a pixel centre. Only the visible part is visited for drawing. Smaller series,
  * markers, 3-value and non-monotonic 2-value lines are drawn sample by sample. Extents and
@@ -94,6 +96,7 @@ private:
     enum class Reduction { Line, Points, Bars };
     enum class Light { Never, Maybe, Surely };
     static Light lights(const QPointF &a, const QPointF &b, const QPointF &centre);
+    Light segmentLights(const QPointF &a, const QPointF &b, long column, long row) const;
     QPointF windowPoint(double x, double y) const;
     // What the segments within a line column do to the pixel of its top or bottom row.
     struct RowJudgement
@@ -131,7 +134,7 @@ private:
     {
         long column = LONG_MIN, low = 0, high = -1;
     };
-    void keepAcrossEdge(const ColumnRun &left, const ColumnRun &right);
+    void keepAcrossEdge(const ColumnRun &left, ColumnRun &right);
     void flushPendingTail();
     void startStrip();
     // lo .. hi: the column's extreme values.
@@ -149,6 +152,7 @@ private:
     void breakStrip();
     void keep(double x, double y);
     void emitReduced(const Mapping &m) const;
+    void emitRuns() const;
 
     // What a reduced drawing depends on besides the stored values (the colour is applied when
     // it is drawn).
@@ -184,7 +188,7 @@ private:
     std::vector<double> kept;         // x, y of the samples to draw
     std::vector<size_t> stripStarts;  // indices into kept (in vertices) where a new strip begins
     std::vector<long> rowColumn;      // points: per pixel row, the column last lit there
-    std::vector<double> runs;         // x, y from, y to of vertical runs of lit pixels
+    std::vector<ColumnRun> runs;      // vertical runs of lit pixels
     std::vector<double> pendingTail;  // x, y of a run column's last samples, kept once the next is known
     std::vector<std::pair<quint64, quint64>> pieces; // a column's runs of samples between gaps
     std::vector<quint64> asIs;        // inner samples of a run column whose segments are drawn as they are
