@@ -716,20 +716,21 @@ KivSeriesRenderer::Light KivSeriesRenderer::lights(const QPointF &a, const QPoin
     return Light::Maybe;
 }
 
-// Whether the segment a -> b (graph coordinates) lights pixel (column, row): exactly where
-// the line model knows, else by the margins of lights(). An end on a row boundary stays with
-// lights(): such a line may light the row below the one its value falls in, which the
-// reduction of a column only finds among the doubtful segments.
+// Whether the segment a -> b (graph coordinates) lights pixel (column, row): by the margins
+// of lights(), and where those leave it open, exactly where the line model knows. An end on
+// a row boundary stays with lights(): such a line may light the row below the one its value
+// falls in, which the reduction of a column only finds among the doubtful segments.
 KivSeriesRenderer::Light KivSeriesRenderer::segmentLights(const QPointF &a, const QPointF &b, long column,
                                                           long row) const
 {
     const QPointF wa = windowPoint(a.x(), a.y());
     const QPointF wb = windowPoint(b.x(), b.y());
+    const Light margins = lights(wa, wb, QPointF(double(column) + 0.5, double(row) + 0.5));
     KivLinePixels line{int(columns), int(rows)};
-    if (v->pixelRatio == 1.0 && wa.y() != std::floor(wa.y()) && wb.y() != std::floor(wb.y())
-        && line.setSegment(a.x(), a.y(), b.x(), b.y()))
+    if (margins == Light::Maybe && v->pixelRatio == 1.0 && wa.y() != std::floor(wa.y())
+        && wb.y() != std::floor(wb.y()) && line.setSegment(a.x(), a.y(), b.x(), b.y()))
         return line.lights(column, row) ? Light::Surely : Light::Never;
-    return lights(wa, wb, QPointF(double(column) + 0.5, double(row) + 0.5));
+    return margins;
 }
 
 // The samples from .. to - 1 of a line lie in one pixel column: two tight passes find its
@@ -804,8 +805,10 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
         const QPointF centre(double(column) + 0.5, double(row.row) + 0.5);
         const QPointF pa = pointOf(i - 1, a);
         const QPointF pb = pointOf(i, b);
-        const Light l = segmentLights(QPointF(xOf(i - 1), (a + m.oy) * m.sy), QPointF(xOf(i), (b + m.oy) * m.sy),
-                                      column, row.row);
+        // Once the pixel is surely lit, its doubts no longer count.
+        const Light l = row.sure ? Light::Never
+                                 : segmentLights(QPointF(xOf(i - 1), (a + m.oy) * m.sy),
+                                                 QPointF(xOf(i), (b + m.oy) * m.sy), column, row.row);
         if (l == Light::Surely && !row.sure) {
             row.sure = row.any = true;
             row.witness = i;
