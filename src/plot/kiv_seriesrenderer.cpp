@@ -716,21 +716,20 @@ KivSeriesRenderer::Light KivSeriesRenderer::lights(const QPointF &a, const QPoin
     return Light::Maybe;
 }
 
-// Whether the segment a -> b (graph coordinates) lights pixel (column, row): by the margins
-// of lights(), and where those leave it open, exactly where the line model knows. An end on
-// a row boundary stays with lights(): such a line may light the row below the one its value
-// falls in, which the reduction of a column only finds among the doubtful segments.
+// Whether the segment a -> b (graph coordinates) lights pixel (column, row): exactly where
+// the line model knows, else by the margins of lights(). An end on a row boundary stays with
+// lights(): such a line may light the row below the one its value falls in, which the
+// reduction of a column only finds among the doubtful segments.
 KivSeriesRenderer::Light KivSeriesRenderer::segmentLights(const QPointF &a, const QPointF &b, long column,
                                                           long row) const
 {
     const QPointF wa = windowPoint(a.x(), a.y());
     const QPointF wb = windowPoint(b.x(), b.y());
-    const Light margins = lights(wa, wb, QPointF(double(column) + 0.5, double(row) + 0.5));
     KivLinePixels line{int(columns), int(rows)};
-    if (margins == Light::Maybe && v->pixelRatio == 1.0 && wa.y() != std::floor(wa.y())
-        && wb.y() != std::floor(wb.y()) && line.setSegment(a.x(), a.y(), b.x(), b.y()))
+    if (v->pixelRatio == 1.0 && wa.y() != std::floor(wa.y()) && wb.y() != std::floor(wb.y())
+        && line.setSegment(a.x(), a.y(), b.x(), b.y()))
         return line.lights(column, row) ? Light::Surely : Light::Never;
-    return margins;
+    return lights(wa, wb, QPointF(double(column) + 0.5, double(row) + 0.5));
 }
 
 // The samples from .. to - 1 of a line lie in one pixel column: two tight passes find its
