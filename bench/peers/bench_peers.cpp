@@ -256,6 +256,60 @@ void appendRates()
     std::printf("  %-28s %8.2f M samples/s\n", "Kiv addData", total / (t.nsecsElapsed() / 1e9) / 1e6);
 }
 
+// Samples per second appended in blocks of `block` into the same window: what a producer
+// that reads a device buffer at a time gets.
+void bulkAppendRates()
+{
+    const long window = 100000;
+    const long total = 3000000;
+    const int block = 1000;
+    std::printf("\nappend, blocks of %d samples into a %ld-sample window (%ld samples):\n", block, window, total);
+    QVector<double> keys(block), values(block);
+    std::vector<double> kivValues(size_t(block), 0.0);
+    auto fillBlock = [&](long first) {
+        for (int k = 0; k < block; ++k) {
+            keys[k] = double(first + k);
+            values[k] = sample(first + k);
+            kivValues[size_t(k)] = values[k];
+        }
+    };
+
+    QCustomPlot plot;
+    QCPGraph* graph = plot.addGraph();
+    double ms = 0.0;
+    QElapsedTimer t;
+    for (long i = 0; i < total; i += block) {
+        fillBlock(i);
+        t.start();
+        graph->addData(keys, values, true);
+        graph->data()->removeBefore(double(i + block - window));
+        ms += t.nsecsElapsed() / 1e6;
+    }
+    std::printf("  %-28s %8.2f M samples/s\n", "QCustomPlot addData(vectors)", total / (ms / 1e3) / 1e6);
+
+    RingData ring(static_cast<size_t>(window));
+    ms = 0.0;
+    for (long i = 0; i < total; i += block) {
+        fillBlock(i);
+        t.start();
+        for (int k = 0; k < block; ++k)
+            ring.append(QPointF(keys[k], values[k]));
+        ms += t.nsecsElapsed() / 1e6;
+    }
+    std::printf("  %-28s %8.2f M samples/s\n", "Qwt ring-buffer series", total / (ms / 1e3) / 1e6);
+
+    KivDataSet ds(Width, Height);
+    ds.setMaxItemCount(ulong(window));
+    ms = 0.0;
+    for (long i = 0; i < total; i += block) {
+        fillBlock(i);
+        t.start();
+        ds.addSamples(kivValues.data(), ulong(block), 1);
+        ms += t.nsecsElapsed() / 1e6;
+    }
+    std::printf("  %-28s %8.2f M samples/s\n", "Kiv addSamples", total / (ms / 1e3) / 1e6);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -279,5 +333,6 @@ int main(int argc, char** argv)
         std::fflush(stdout);
     }
     appendRates();
+    bulkAppendRates();
     return 0;
 }
