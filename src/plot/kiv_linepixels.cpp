@@ -175,9 +175,13 @@ bool KivLinePixels::setSegment(double ax, double ay, double bx, double by)
     const float hh = float(m_height) * 0.5f;
     int x[4], y[4];
     bool lit = false;
+    float ends[4] = {};
     for (bool fused : {true, false}) {
         const float v1x = window(ax, hw, fused), v1y = window(ay, hh, fused);
         const float v2x = window(bx, hw, fused), v2y = window(by, hh, fused);
+        // Mostly both roundings give the same ends, and with them the same parallelogram.
+        if (!fused && v1x == ends[0] && v1y == ends[1] && v2x == ends[2] && v2y == ends[3])
+            break;
         // Ends outside the viewport are clipped first.
         auto inside = [&](float px, float py) {
             return px >= 0.0f && px <= float(m_width) && py >= 0.0f && py <= float(m_height);
@@ -190,6 +194,10 @@ bool KivLinePixels::setSegment(double ax, double ay, double bx, double by)
             lit = has;
             std::copy(qx, qx + 4, x);
             std::copy(qy, qy + 4, y);
+            ends[0] = v1x;
+            ends[1] = v1y;
+            ends[2] = v2x;
+            ends[3] = v2y;
         } else if (has != lit || (has && (!std::equal(qx, qx + 4, x) || !std::equal(qy, qy + 4, y)))) {
             return false; // the two roundings disagree
         }

@@ -801,26 +801,28 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
             }
             return;
         }
-        const QPointF centre(double(column) + 0.5, double(row.row) + 0.5);
-        const QPointF pa = pointOf(i - 1, a);
-        const QPointF pb = pointOf(i, b);
         // Once the pixel is surely lit, its doubts no longer count.
-        const Light l = row.sure ? Light::Never
-                                 : segmentLights(QPointF(xOf(i - 1), (a + m.oy) * m.sy),
-                                                 QPointF(xOf(i), (b + m.oy) * m.sy), column, row.row);
-        if (l == Light::Surely && !row.sure) {
+        if (row.sure)
+            return;
+        const Light l = segmentLights(QPointF(xOf(i - 1), (a + m.oy) * m.sy), QPointF(xOf(i), (b + m.oy) * m.sy),
+                                      column, row.row);
+        if (l == Light::Surely) {
             row.sure = row.any = true;
             row.witness = i;
+            return;
         }
         if (l == Light::Maybe) {
             if (row.doubts < RowJudgement::MaxDoubts)
                 row.doubtful[row.doubts] = i;
             ++row.doubts;
         }
+        if (row.any)
+            return;
         // The stand-in for a dark pixel must lie well inside the column, where the rows
         // below it are lit the same way as by the full line.
-        auto inner = [&](const QPointF &w) { return std::fabs(w.x() - centre.x()) < 0.5 - LineEdgeMargin; };
-        if (!row.any && inner(pa) && inner(pb)) {
+        const double centre = double(column) + 0.5;
+        auto inner = [&](const QPointF &w) { return std::fabs(w.x() - centre) < 0.5 - LineEdgeMargin; };
+        if (inner(pointOf(i - 1, a)) && inner(pointOf(i, b))) {
             row.any = true;
             row.witness = i;
         }
