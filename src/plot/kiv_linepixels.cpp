@@ -26,6 +26,13 @@ float fraction(float f)
     return f - std::floor(f);
 }
 
+// a / b rounded down, for b > 0.
+qint64 floorDiv(qint64 a, qint64 b)
+{
+    const qint64 q = a / b;
+    return a % b != 0 && a < 0 ? q - 1 : q;
+}
+
 // Window coordinate of graph coordinate `g` on an axis of `half` pixels: the vertex arrives
 // as a float and the transform rounds once (fused) or, on CPUs without fused multiply-add,
 // twice.
@@ -237,11 +244,22 @@ void KivLinePixels::rowsIn(long column, long &low, long &high) const
 {
     low = 0;
     high = -1;
-    for (long r = m_bottom; r <= m_top; ++r) {
-        if (!lights(column, r))
-            continue;
-        if (low > high)
-            low = r;
-        high = r;
+    if (m_empty || column < m_left || column > m_right)
+        return;
+    // Each edge function is linear in the row: it bounds the lit rows from one side.
+    qint64 from = m_bottom, to = m_top;
+    for (int i = 0; i < 4; ++i) {
+        const qint64 a = m_c[i] - m_dcdx[i] * (qint64(column) * 256);
+        const qint64 b = m_dcdy[i] * 256;
+        if (b > 0)
+            from = std::max(from, floorDiv(-a, b) + 1); // a + b * row > 0
+        else if (b < 0)
+            to = std::min(to, -floorDiv(-a, -b) - 1);
+        else if (a <= 0)
+            return;
+    }
+    if (from <= to) {
+        low = long(from);
+        high = long(to);
     }
 }

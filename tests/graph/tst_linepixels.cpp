@@ -96,14 +96,24 @@ private slots:
                 ++known;
                 const int x0 = (k % columns) * Cell;
                 const int y0 = (k / columns) * Cell;
-                for (int y = y0; y < y0 + Cell; ++y) {
-                    for (int x = x0; x < x0 + Cell; ++x) {
+                const QString where = QStringLiteral("segment (%1, %2) - (%3, %4)")
+                                          .arg(s.ax, 0, 'g', 17).arg(s.ay, 0, 'g', 17)
+                                          .arg(s.bx, 0, 'g', 17).arg(s.by, 0, 'g', 17);
+                for (int x = x0; x < x0 + Cell; ++x) {
+                    long low = 0, high = -1; // the lit rows of this column, as the rasteriser drew them
+                    for (int y = y0; y < y0 + Cell; ++y) {
                         const bool lit = qRed(image.pixel(x, size.height() - 1 - y)) > 128;
                         if (lit != line.lights(x, y))
-                            QFAIL(qPrintable(QStringLiteral("segment (%1, %2) - (%3, %4): pixel (%5, %6)")
-                                                 .arg(s.ax, 0, 'g', 17).arg(s.ay, 0, 'g', 17)
-                                                 .arg(s.bx, 0, 'g', 17).arg(s.by, 0, 'g', 17).arg(x).arg(y)));
+                            QFAIL(qPrintable(where + QStringLiteral(": pixel (%1, %2)").arg(x).arg(y)));
+                        if (lit && low > high)
+                            low = y;
+                        if (lit)
+                            high = y;
                     }
+                    long modelLow, modelHigh;
+                    line.rowsIn(x, modelLow, modelHigh);
+                    if (modelLow > modelHigh ? low <= high : (modelLow != low || modelHigh != high))
+                        QFAIL(qPrintable(where + QStringLiteral(": rows of column %1").arg(x)));
                 }
             }
         }
