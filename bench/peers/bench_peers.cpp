@@ -319,7 +319,7 @@ int main(int argc, char** argv)
     std::printf("%-7s %9s %10s %10s %9s %8s %8s %10s\n", "shape", "samples", "GL strip", "QCP adapt", "QCP raw",
                 "Qwt", "Kiv", "Kiv/QCPa");
     for (bool points : { false, true }) {
-        for (long n : { 10000L, 100000L, 1000000L }) {
+        for (long n : { 100L, 10000L, 100000L, 1000000L }) {
             const Row r = frameTimes(n, points);
             std::printf("%-7s %9ld %10.2f %10.2f %9.2f %8.2f %8.2f %10.2f\n", points ? "points" : "line", n, r.strip,
                         r.qcpAdaptive, r.qcpRaw, r.qwt, r.kiv, r.kiv / r.qcpAdaptive);
