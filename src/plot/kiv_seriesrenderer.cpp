@@ -892,9 +892,9 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
     }
     // The first and last sample with their inner neighbours; the segment judged for a row
     // (ending at its witness) with the samples either side.
-    for (quint64 i : {from + 1, to - 2}) {
-        if (i > from && i + 1 < to)
-            pick(i, *sampleAt(i, 1));
+    if (to - from >= 3) {
+        pick(from + 1, *sampleAt(from + 1, 1));
+        pick(to - 2, *sampleAt(to - 2, 1));
     }
     auto pickAround = [&](quint64 end) {
         const quint64 last = std::min(to - 1, end + 1);

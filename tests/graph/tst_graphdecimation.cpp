@@ -75,6 +75,8 @@ private slots:
         QTest::newRow("zoomed window") << Series{0x0, 0, 1000000, Data::Gaps, {-0.31, -0.3, -3, 3}, size, -1};
         QTest::newRow("zoomed, sparse, odd size") << Series{0x0, 20000, 20000, Data::Noise, {-0.31, -0.3, -2.5, 3.1}, QSize(517, 333), -1};
         QTest::newRow("zoomed XY") << Series{0x1, 0, 300000, Data::Monotonic, {100, 104, -7, 7}, size, -1};
+        // Every sample right of the window: the first one is alone in its column.
+        QTest::newRow("XY right of the window") << Series{0x1, 0, 300000, Data::Monotonic, {-40, -5, -7, 7}, size, -1};
         QTest::newRow("one pixel wide") << Series{0x0, 0, 100000, Data::Noise, window, QSize(1, 300), -1};
     }
 
