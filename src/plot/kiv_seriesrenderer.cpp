@@ -534,8 +534,15 @@ void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end
     const double lowSlot = std::floor((1.0 - 1.0 / m.sx - m.ox) / m.slot) - 1.0 - double(slot0);
     const double highSlot = std::ceil((1.0 + 1.0 / m.sx - m.ox) / m.slot) + 2.0 - double(slot0);
     const double n = double(end - first);
-    const quint64 from = first + quint64(std::min(std::max(lowSlot, 0.0), n));
-    const quint64 to = std::max(from, first + quint64(std::min(std::max(highSlot, 0.0), n)));
+    quint64 from = first + quint64(std::min(std::max(lowSlot, 0.0), n));
+    quint64 to = std::max(from, first + quint64(std::min(std::max(highSlot, 0.0), n)));
+    // A joined line crosses gaps: the neighbour each side is the nearest sample that is not one.
+    if (reduction == Reduction::Line && join && from < to) {
+        while (from > first && *sampleAt(from, 1) == Gap)
+            --from;
+        while (to < end && *sampleAt(to - 1, 1) == Gap)
+            ++to;
+    }
     widenY(first, from);
     widenY(to, end);
 
@@ -1229,6 +1236,10 @@ bool KivSeriesRenderer::reduceXYLine(const Mapping &m)
                          - xyX.begin());
     from = from > 0 ? from - 1 : 0;
     to = std::min(count, to + 1);
+    // A gap carries the x of the sample before it, so only on the left can the neighbour be a
+    // gap; a joined line reaches back to the nearest sample that is not one.
+    while (join && from > 0 && xyY[from] == Gap)
+        --from;
     quint64 i = from;
     while (i < to) {
         const double px = pixel(i);

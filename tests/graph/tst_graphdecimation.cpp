@@ -12,7 +12,7 @@ using graphtest::TestGraph;
 
 namespace {
 
-enum class Data { Noise, Gaps, Monotonic, Walk };
+enum class Data { Noise, Gaps, Monotonic, MonotonicGaps, Walk };
 
 // One series: style, bound, sample count, data, scale box (x min, x max, y min, y max),
 // graph size and the current value's offset (-1: leave it).
@@ -35,6 +35,7 @@ void fill(KivDataSet& ds, const Series& s)
         case Data::Noise: ds.addData(y); break;
         case Data::Gaps: ds.addData((i / 1000 % 7 == 3 && i % 1000 < 200) || i % 4999 == 0 ? DBL_MAX : y); break;
         case Data::Monotonic: ds.addData(i * 0.001 + (i % 3 == 0 ? 0.0 : 0.0005), y); break;
+        case Data::MonotonicGaps: ds.addData(i * 0.001, i / 1000 % 7 == 3 && i % 1000 < 200 ? DBL_MAX : y); break;
         case Data::Walk: walk += noise(state); ds.addData(walk, y); break;
         }
     }
@@ -75,6 +76,11 @@ private slots:
         QTest::newRow("zoomed window") << Series{0x0, 0, 1000000, Data::Gaps, {-0.31, -0.3, -3, 3}, size, -1};
         QTest::newRow("zoomed, sparse, odd size") << Series{0x0, 20000, 20000, Data::Noise, {-0.31, -0.3, -2.5, 3.1}, QSize(517, 333), -1};
         QTest::newRow("zoomed XY") << Series{0x1, 0, 300000, Data::Monotonic, {100, 104, -7, 7}, size, -1};
+        // A joined line across gaps that reach over the window's edges (gap runs at samples
+        // 3000 .. 3199 and 10000 .. 10199, one slot 1e-4 wide).
+        QTest::newRow("joined gap over the right edge") << Series{0x1000, 20000, 20000, Data::Gaps, {-0.99, -0.69, -7, 7}, size, -1};
+        QTest::newRow("joined gap over the left edge") << Series{0x1000, 20000, 20000, Data::Gaps, {0.01, 0.31, -7, 7}, size, -1};
+        QTest::newRow("joined XY gap over the left edge") << Series{0x1001, 0, 300000, Data::MonotonicGaps, {3.1, 9.1, -7, 7}, size, -1};
         // Every sample right of the window: the first one is alone in its column.
         QTest::newRow("XY right of the window") << Series{0x1, 0, 300000, Data::Monotonic, {-40, -5, -7, 7}, size, -1};
         QTest::newRow("one pixel wide") << Series{0x0, 0, 100000, Data::Noise, window, QSize(1, 300), -1};
