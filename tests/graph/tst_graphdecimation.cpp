@@ -7,6 +7,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <random>
 
 using graphtest::TestGraph;
 
@@ -84,6 +85,37 @@ private slots:
         // Every sample right of the window: the first one is alone in its column.
         QTest::newRow("XY right of the window") << Series{0x1, 0, 300000, Data::Monotonic, {-40, -5, -7, 7}, size, -1};
         QTest::newRow("one pixel wide") << Series{0x0, 0, 100000, Data::Noise, window, QSize(1, 300), -1};
+
+        // Random rows (fixed seed): sizes, styles, bounds, gaps, zoomed and shifted windows and
+        // current values that no hand-made row combines.
+        std::mt19937 rng(20261125);
+        const QSize sizes[] = {{1, 300}, {37, 600}, {123, 99}, {400, 300}, {517, 333}};
+        const ulong timeStyles[] = {0x0, 0x10, 0x100, 0x110, 0x20, 0x1000, 0x1100, 0x120};
+        const ulong xyStyles[] = {0x1, 0x11, 0x1001};
+        for (int r = 0; r < 12; ++r) {
+            const bool xy = rng() % 3 == 0;
+            const ulong style = xy ? xyStyles[rng() % 3] : timeStyles[rng() % 8];
+            const int count = 2000 + int(rng() % 100000);
+            const bool windowed = (style & 0x120) != 0 || rng() % 2;
+            const int bound = windowed ? count - int(rng() % quint32(count / 2)) : 0;
+            const double y0 = -8.0 + (rng() % 100) * 0.1;
+            const double y1 = y0 + 0.3 + (rng() % 100) * 0.1;
+            double x0 = -1.0, x1 = 1.0;
+            if (xy) {
+                x0 = -20.0 + (rng() % 220);
+                x1 = x0 + 1.0 + (rng() % 100);
+            } else if (rng() % 2) {
+                x0 = -1.2 + (rng() % 1000) * 0.002;
+                x1 = x0 + 0.1 + (rng() % 100) * 0.01;
+            }
+            const Data data = xy ? (rng() % 2 ? Data::MonotonicGaps : Data::Monotonic) : (rng() % 2 ? Data::Gaps : Data::Noise);
+            const long current = rng() % 2 ? long(rng() % quint32(count)) : -1;
+            const Series row{style, bound, count, data, {x0, x1, y0, y1}, sizes[rng() % 5], current};
+            QTest::newRow(qPrintable(QStringLiteral("random %1: style 0x%2, %3 of %4, %5 x %6")
+                                         .arg(r).arg(style, 0, 16).arg(bound).arg(count)
+                                         .arg(row.size.width()).arg(row.size.height())))
+                << row;
+        }
     }
 
     void samePicture()
