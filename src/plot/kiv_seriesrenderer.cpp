@@ -536,13 +536,8 @@ void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end
     const double n = double(end - first);
     quint64 from = first + quint64(std::min(std::max(lowSlot, 0.0), n));
     quint64 to = std::max(from, first + quint64(std::min(std::max(highSlot, 0.0), n)));
-    // A joined line crosses gaps: the neighbour each side is the nearest sample that is not one.
-    if (reduction == Reduction::Line && join && from < to) {
-        while (from > first && *sampleAt(from, 1) == Gap)
-            --from;
-        while (to < end && *sampleAt(to - 1, 1) == Gap)
-            ++to;
-    }
+    if (reduction == Reduction::Line)
+        reachPastGaps(first, end, from, to);
     widenY(first, from);
     widenY(to, end);
 
@@ -575,6 +570,18 @@ void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end
         i = e;
     }
     flushPendingTail();
+}
+
+// A joined line crosses gaps: the visited samples first .. end - 1 of a line (one neighbour
+// beyond each window edge) grow to the nearest sample each side that is not one.
+void KivSeriesRenderer::reachPastGaps(quint64 first, quint64 end, quint64 &from, quint64 &to) const
+{
+    if (!join || from >= to)
+        return;
+    while (from > first && *sampleAt(from, 1) == Gap)
+        --from;
+    while (to < end && *sampleAt(to - 1, 1) == Gap)
+        ++to;
 }
 
 // Offers the 1-value samples from .. to - 1 one by one (sample `first` in slot `slot0`).
@@ -1236,10 +1243,7 @@ bool KivSeriesRenderer::reduceXYLine(const Mapping &m)
                          - xyX.begin());
     from = from > 0 ? from - 1 : 0;
     to = std::min(count, to + 1);
-    // A gap carries the x of the sample before it, so only on the left can the neighbour be a
-    // gap; a joined line reaches back to the nearest sample that is not one.
-    while (join && from > 0 && xyY[from] == Gap)
-        --from;
+    reachPastGaps(0, count, from, to);
     quint64 i = from;
     while (i < to) {
         const double px = pixel(i);

@@ -127,6 +127,7 @@ private:
     void forRange(quint64 first, quint64 end, int dims, F &&f) const;
     void widenY(quint64 first, quint64 end);
     void reduceSlots(const Mapping &m, quint64 first, quint64 end, quint64 slot0);
+    void reachPastGaps(quint64 first, quint64 end, quint64 &from, quint64 &to) const;
     void addSlots(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
     void reduceLineColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0);
     // Rows low .. high of a column drawn as one run (none where low > high).
