@@ -883,6 +883,15 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
     if (runColumn(m, from, to, first, slot0, column, lo, hi, top, bottom))
         return;
     flushPendingTail();
+    // An extreme row inside the viewport with no witness has only segments near the column's
+    // edges: nothing to keep stands for the rows just within it, so the column stays as it is.
+    if ((top.inside && !top.any) || (bottom.inside && !bottom.any)) {
+        forRange(from, to, 1, [&](const double *p, quint64 n, quint64 i0) {
+            for (quint64 k = 0; k < n; ++k)
+                keep(xOf(i0 + k), (p[k] + m.oy) * m.sy);
+        });
+        return;
+    }
     picks.clear();
     auto pick = [&](quint64 i, double val) { picks.push_back(Kept{i, xOf(i), (val + m.oy) * m.sy}); };
     pick(from, *sampleAt(from, 1));

@@ -13,7 +13,7 @@ using graphtest::TestGraph;
 
 namespace {
 
-enum class Data { Noise, Gaps, Monotonic, MonotonicGaps, Walk };
+enum class Data { Noise, Gaps, Monotonic, MonotonicGaps, Walk, Steps };
 
 // One series: style, bound, sample count, data, scale box (x min, x max, y min, y max),
 // graph size and the current value's offset (-1: leave it).
@@ -29,6 +29,7 @@ double noise(quint32& state)
 void fill(KivDataSet& ds, const Series& s)
 {
     quint32 state = 1;
+    quint32 stepState = 3066518679u;
     double walk = 0.0;
     for (int i = 0; i < s.count; ++i) {
         const double y = 5.0 * std::sin(i * 2e-5) + noise(state);
@@ -38,6 +39,7 @@ void fill(KivDataSet& ds, const Series& s)
         case Data::Monotonic: ds.addData(i * 0.001 + (i % 3 == 0 ? 0.0 : 0.0005), y); break;
         case Data::MonotonicGaps: ds.addData(i * 0.001, i / 1000 % 7 == 3 && i % 1000 < 200 ? DBL_MAX : y); break;
         case Data::Walk: walk += noise(state); ds.addData(walk, y); break;
+        case Data::Steps: walk += 0.001 * (1 + i % 3); ds.addData(walk, 5.0 * std::sin(i * 7e-5) + noise(stepState)); break;
         }
     }
 }
@@ -84,6 +86,9 @@ private slots:
         QTest::newRow("joined XY gap over the left edge") << Series{0x1001, 0, 300000, Data::MonotonicGaps, {3.1, 9.1, -7, 7}, size, -1};
         // Every sample right of the window: the first one is alone in its column.
         QTest::newRow("XY right of the window") << Series{0x1, 0, 300000, Data::Monotonic, {-40, -5, -7, 7}, size, -1};
+        // Column 26's top row is reached only by a sample on its left edge; the row below it
+        // only by the inner segments, too many to draw as they are.
+        QTest::newRow("top row only at the column's edge") << Series{0x1001, 238365, 313853, Data::Steps, {522, 835.5, -5, 6.5}, QSize(123, 99), 268766};
         QTest::newRow("one pixel wide") << Series{0x0, 0, 100000, Data::Noise, window, QSize(1, 300), -1};
 
         // Random rows (fixed seed): sizes, styles, bounds, gaps, zoomed and shifted windows and
