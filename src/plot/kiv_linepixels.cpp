@@ -11,9 +11,22 @@ namespace {
 constexpr float PixelOffset = 0.5f; // pixel centres at half-integers
 constexpr int HalfWidth = 128;      // half a pixel in 1/256 steps
 
+// floor() for the window's range (|a| < 2^31, checked by the callers' viewport test):
+// truncation and one compare, where the library's floorf costs a dozen instructions.
+int floorInt(float a)
+{
+    const int i = int(a);
+    return i - (float(i) > a);
+}
+
+float floorOf(float a)
+{
+    return float(floorInt(a));
+}
+
 int snap(float a)
 {
-    return int(std::floor(a * 256.0f + 0.5f));
+    return floorInt(a * 256.0f + 0.5f);
 }
 
 bool sign(float x)
@@ -23,7 +36,7 @@ bool sign(float x)
 
 float fraction(float f)
 {
-    return f - std::floor(f);
+    return f - floorOf(f);
 }
 
 // a / b rounded down, for b > 0.
@@ -55,10 +68,10 @@ bool parallelogram(float v1x, float v1y, float v2x, float v2y, int x[4], int y[4
         return false;
 
     float xOffset = 0.0f, yOffset = 0.0f, xOffsetEnd = 0.0f, yOffsetEnd = 0.0f;
-    const float x1diff = v1x - std::floor(v1x) - 0.5f;
-    const float y1diff = v1y - std::floor(v1y) - 0.5f;
-    float x2diff = v2x - std::floor(v2x) - 0.5f;
-    float y2diff = v2y - std::floor(v2y) - 0.5f;
+    const float x1diff = v1x - floorOf(v1x) - 0.5f;
+    const float y1diff = v1y - floorOf(v1y) - 0.5f;
+    float x2diff = v2x - floorOf(v2x) - 0.5f;
+    float y2diff = v2y - floorOf(v2y) - 0.5f;
     bool drawStart, drawEnd;
     if (std::fabs(dx) >= std::fabs(dy)) {
         const float dydx = dy / dx;
@@ -180,34 +193,26 @@ bool KivLinePixels::setSegment(double ax, double ay, double bx, double by)
     m_empty = true;
     const float hw = float(m_width) * 0.5f;
     const float hh = float(m_height) * 0.5f;
+    // Ends outside the viewport are clipped first.
+    auto inside = [&](float px, float py) {
+        return px >= 0.0f && px <= float(m_width) && py >= 0.0f && py <= float(m_height);
+    };
+    const float v1x = window(ax, hw, true), v1y = window(ay, hh, true);
+    const float v2x = window(bx, hw, true), v2y = window(by, hh, true);
+    if (!inside(v1x, v1y) || !inside(v2x, v2y))
+        return false;
     int x[4], y[4];
-    bool lit = false;
-    float ends[4] = {};
-    for (bool fused : {true, false}) {
-        const float v1x = window(ax, hw, fused), v1y = window(ay, hh, fused);
-        const float v2x = window(bx, hw, fused), v2y = window(by, hh, fused);
-        // Mostly both roundings give the same ends, and with them the same parallelogram.
-        if (!fused && v1x == ends[0] && v1y == ends[1] && v2x == ends[2] && v2y == ends[3])
-            break;
-        // Ends outside the viewport are clipped first.
-        auto inside = [&](float px, float py) {
-            return px >= 0.0f && px <= float(m_width) && py >= 0.0f && py <= float(m_height);
-        };
-        if (!inside(v1x, v1y) || !inside(v2x, v2y))
+    const bool lit = parallelogram(v1x, v1y, v2x, v2y, x, y);
+    // Mostly both roundings give the same ends, and with them the same parallelogram.
+    const float u1x = window(ax, hw, false), u1y = window(ay, hh, false);
+    const float u2x = window(bx, hw, false), u2y = window(by, hh, false);
+    if (u1x != v1x || u1y != v1y || u2x != v2x || u2y != v2y) {
+        if (!inside(u1x, u1y) || !inside(u2x, u2y))
             return false;
         int qx[4], qy[4];
-        const bool has = parallelogram(v1x, v1y, v2x, v2y, qx, qy);
-        if (fused) {
-            lit = has;
-            std::copy(qx, qx + 4, x);
-            std::copy(qy, qy + 4, y);
-            ends[0] = v1x;
-            ends[1] = v1y;
-            ends[2] = v2x;
-            ends[3] = v2y;
-        } else if (has != lit || (has && (!std::equal(qx, qx + 4, x) || !std::equal(qy, qy + 4, y)))) {
+        const bool has = parallelogram(u1x, u1y, u2x, u2y, qx, qy);
+        if (has != lit || (has && (!std::equal(qx, qx + 4, x) || !std::equal(qy, qy + 4, y))))
             return false; // the two roundings disagree
-        }
     }
     if (!lit)
         return true;
@@ -221,10 +226,10 @@ bool KivLinePixels::setSegment(double ax, double ay, double bx, double by)
         if (m_dcdx[i] < 0 || (m_dcdx[i] == 0 && m_dcdy[i] > 0))
             ++m_c[i];
     }
-    m_left = std::max(long(*std::min_element(x, x + 4) >> 8) - 1, 0L);
-    m_right = std::min(long(*std::max_element(x, x + 4) >> 8) + 1, long(m_width) - 1);
-    m_bottom = std::max(long(*std::min_element(y, y + 4) >> 8) - 1, 0L);
-    m_top = std::min(long(*std::max_element(y, y + 4) >> 8) + 1, long(m_height) - 1);
+    m_left = std::max(long(std::min(std::min(x[0], x[1]), std::min(x[2], x[3])) >> 8) - 1, 0L);
+    m_right = std::min(long(std::max(std::max(x[0], x[1]), std::max(x[2], x[3])) >> 8) + 1, long(m_width) - 1);
+    m_bottom = std::max(long(std::min(std::min(y[0], y[1]), std::min(y[2], y[3])) >> 8) - 1, 0L);
+    m_top = std::min(long(std::max(std::max(y[0], y[1]), std::max(y[2], y[3])) >> 8) + 1, long(m_height) - 1);
     m_empty = false;
     return true;
 }

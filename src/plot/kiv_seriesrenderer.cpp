@@ -31,6 +31,17 @@ constexpr double SnapStep = 1.0 / 256.0;
 // have more, whose effect on that one pixel row is then approximated.
 constexpr size_t MaxRowSamples = 48;
 
+// std::round() (halves away from zero), exact, without the library call: the vertex snap
+// runs several times per sample.
+inline double roundHalfAway(double v)
+{
+    if (!(std::fabs(v) < 4503599627370496.0)) // 2^52: already integral, or not a number
+        return v;
+    const double t = double(qint64(v)); // v without its fraction, which v - t holds exactly
+    const double f = v - t;
+    return f >= 0.5 ? t + 1.0 : f <= -0.5 ? t - 1.0 : t;
+}
+
 // Widens lo .. hi by the n values at p.
 inline void minMax(const double *p, quint64 n, double &lo, double &hi)
 {
@@ -609,7 +620,7 @@ QPointF KivSeriesRenderer::windowPoint(double x, double y) const
 {
     const float wx = float(x) * float(halfWidth) + float(halfWidth);
     const float wy = float(y) * float(halfHeight) + float(halfHeight);
-    return QPointF(std::round(double(wx) * 256.0) / 256.0, std::round(double(wy) * 256.0) / 256.0);
+    return QPointF(roundHalfAway(double(wx) * 256.0) / 256.0, roundHalfAway(double(wy) * 256.0) / 256.0);
 }
 
 // The points from .. to - 1 lie in one pixel column: one point per pixel row, except that
@@ -651,7 +662,7 @@ void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint6
             hi = std::max(hi, val);
             // The rasteriser's window row in sub-pixel steps (see windowPoint()).
             const float wy = float((val + m.oy) * m.sy) * half + half;
-            const double steps = std::round(double(wy) / SnapStep);
+            const double steps = roundHalfAway(double(wy) / SnapStep);
             if (!(steps > -1.0 / SnapStep && steps < rowsInSteps))
                 continue;
             const double r = std::floor(steps * SnapStep);
