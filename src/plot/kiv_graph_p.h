@@ -3,6 +3,7 @@
 
 #include "kiv_graph.h"
 #include "kiv_graphgestures_p.h"
+#include "kiv_labelcache_p.h"
 
 #include <QAtomicInt>
 #include <QElapsedTimer>
@@ -71,6 +72,7 @@ public:
     //! Device pixel ratio of an export under way; 0 outside exports.
     qreal exportRatio = 0.0;
     std::unique_ptr<QOpenGLPaintDevice> frameDevice;
+    KivLabelCache axisLabels;
 
     KivGraphGestures gestures;
 };

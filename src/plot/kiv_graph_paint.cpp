@@ -476,7 +476,6 @@ void KivGraphPrivate::drawForegroundLabels(QPainter* painter, const velo::Matrix
     const KivAxisInfo& ay = axes.at(1);
     const AxisMap mx = axisMap(ax);
     const AxisMap my = axisMap(ay);
-    const QFontMetrics fm = painter->fontMetrics();
     const int w = q->width();
     const int h = q->height();
     const KivDataSet* window = timeSeriesWindow();
@@ -505,7 +504,7 @@ void KivGraphPrivate::drawForegroundLabels(QPainter* painter, const velo::Matrix
             } else {
                 text = QString::asprintf(fmt, v);
             }
-            const QRect r = fm.boundingRect(text);
+            const QRect r = axisLabels.boundingRect(painter, text);
             const int column = kivclamp::pixel(w * (gx + 1.0) * 0.5);
             // Beside the grid line, kept inside the widget; long time labels that would run
             // into the previous one are left out.
@@ -514,8 +513,7 @@ void KivGraphPrivate::drawForegroundLabels(QPainter* painter, const velo::Matrix
                 continue;
             last = gx;
             lastRight = left + r.width();
-            painter->drawText(QRect(left, bottom - r.height(), r.width() + 1, r.height()),
-                              Qt::AlignLeft | Qt::AlignBottom, text);
+            axisLabels.draw(painter, QRect(left, bottom - r.height(), r.width() + 1, r.height()), text);
         }
     }
 
@@ -533,11 +531,11 @@ void KivGraphPrivate::drawForegroundLabels(QPainter* painter, const velo::Matrix
                 continue;
             last = gy;
             const QString text = QString::asprintf(fmt, v);
-            const QRect r = fm.boundingRect(text);
+            const QRect r = axisLabels.boundingRect(painter, text);
             const int row = kivclamp::pixel(h - (gy + 1.0) * h * 0.5);
             // Just above its grid line, kept inside the widget.
             const int top = qBound(0, row - r.height(), qMax(0, h - r.height()));
-            painter->drawText(QRect(left, top, r.width() + 1, r.height()), Qt::AlignLeft | Qt::AlignBottom, text);
+            axisLabels.draw(painter, QRect(left, top, r.width() + 1, r.height()), text);
         }
     }
 }
