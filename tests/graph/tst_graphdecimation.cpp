@@ -52,6 +52,60 @@ class TestGraphDecimation : public QObject
 {
     Q_OBJECT
 
+    static void addRandomRows(quint32 seed, int rows, bool wide)
+    {
+        std::mt19937 rng(seed);
+        const QSize sizes[] = {{1, 300}, {37, 600}, {123, 99}, {400, 300}, {517, 333}};
+        const ulong timeStyles[] = {0x0, 0x10, 0x100, 0x110, 0x20, 0x1000, 0x1100, 0x120};
+        const ulong xyStyles[] = {0x1, 0x11, 0x1001};
+        for (int r = 0; r < rows; ++r) {
+            const bool xy = rng() % 3 == 0;
+            const ulong style = xy ? xyStyles[rng() % 3] : timeStyles[rng() % 8];
+            int count = 2000 + int(rng() % 100000);
+            const bool windowed = (style & 0x120) != 0 || rng() % 2;
+            int bound = windowed ? count - int(rng() % quint32(count / 2)) : 0;
+            double y0 = -8.0 + (rng() % 100) * 0.1;
+            double y1 = y0 + 0.3 + (rng() % 100) * 0.1;
+            double x0 = -1.0, x1 = 1.0;
+            if (xy) {
+                x0 = -20.0 + (rng() % 220);
+                x1 = x0 + 1.0 + (rng() % 100);
+            } else if (rng() % 2) {
+                x0 = -1.2 + (rng() % 1000) * 0.002;
+                x1 = x0 + 0.1 + (rng() % 100) * 0.01;
+            }
+            Data data = xy ? (rng() % 2 ? Data::MonotonicGaps : Data::Monotonic) : (rng() % 2 ? Data::Gaps : Data::Noise);
+            const long current = rng() % 2 ? long(rng() % quint32(count)) : -1;
+            QSize size = sizes[rng() % 5];
+            if (wide) {
+                if (rng() % 3 == 0)
+                    size = QSize(1 + int(rng() % 1100), 1 + int(rng() % 700));
+                if (rng() % 4 == 0) {
+                    count = 4 * size.width() + 1 + int(rng() % 64);
+                    bound = windowed ? count - int(rng() % quint32(count / 2 + 1)) : 0;
+                }
+                if (rng() % 5 == 0) {
+                    y0 = (rng() % 2 ? 6.5 : -9.0) + (rng() % 20) * 0.1;
+                    y1 = y0 + 0.1 + (rng() % 30) * 0.1;
+                }
+                if (!xy && rng() % 5 == 0) {
+                    x0 = -3.0 + (rng() % 200) * 0.01;
+                    x1 = x0 + 2.0 + (rng() % 300) * 0.01;
+                }
+                if (xy && rng() % 3 == 0) {
+                    data = Data::Steps;
+                    x0 = (rng() % 400) * 0.5;
+                    x1 = x0 + 1.0 + (rng() % 300);
+                }
+            }
+            const Series row{style, bound, count, data, {x0, x1, y0, y1}, size, current};
+            QTest::newRow(qPrintable(QStringLiteral("random %1/%2: style 0x%3, %4 of %5, %6 x %7")
+                                         .arg(seed).arg(r).arg(style, 0, 16).arg(bound).arg(count)
+                                         .arg(size.width()).arg(size.height())))
+                << row;
+        }
+    }
+
 private slots:
     void samePicture_data()
     {
@@ -93,33 +147,14 @@ private slots:
 
         // Random rows (fixed seed): sizes, styles, bounds, gaps, zoomed and shifted windows and
         // current values that no hand-made row combines.
-        std::mt19937 rng(20261125);
-        const QSize sizes[] = {{1, 300}, {37, 600}, {123, 99}, {400, 300}, {517, 333}};
-        const ulong timeStyles[] = {0x0, 0x10, 0x100, 0x110, 0x20, 0x1000, 0x1100, 0x120};
-        const ulong xyStyles[] = {0x1, 0x11, 0x1001};
-        for (int r = 0; r < 12; ++r) {
-            const bool xy = rng() % 3 == 0;
-            const ulong style = xy ? xyStyles[rng() % 3] : timeStyles[rng() % 8];
-            const int count = 2000 + int(rng() % 100000);
-            const bool windowed = (style & 0x120) != 0 || rng() % 2;
-            const int bound = windowed ? count - int(rng() % quint32(count / 2)) : 0;
-            const double y0 = -8.0 + (rng() % 100) * 0.1;
-            const double y1 = y0 + 0.3 + (rng() % 100) * 0.1;
-            double x0 = -1.0, x1 = 1.0;
-            if (xy) {
-                x0 = -20.0 + (rng() % 220);
-                x1 = x0 + 1.0 + (rng() % 100);
-            } else if (rng() % 2) {
-                x0 = -1.2 + (rng() % 1000) * 0.002;
-                x1 = x0 + 0.1 + (rng() % 100) * 0.01;
-            }
-            const Data data = xy ? (rng() % 2 ? Data::MonotonicGaps : Data::Monotonic) : (rng() % 2 ? Data::Gaps : Data::Noise);
-            const long current = rng() % 2 ? long(rng() % quint32(count)) : -1;
-            const Series row{style, bound, count, data, {x0, x1, y0, y1}, sizes[rng() % 5], current};
-            QTest::newRow(qPrintable(QStringLiteral("random %1: style 0x%2, %3 of %4, %5 x %6")
-                                         .arg(r).arg(style, 0, 16).arg(bound).arg(count)
-                                         .arg(row.size.width()).arg(row.size.height())))
-                << row;
+        addRandomRows(20261125, 12, false);
+        // A wider search for changes to the reduction, too slow for every run (about 10 s per
+        // seed): KIV_DECIMATION_SEEDS=first[-last] adds 60 rows per seed, with any size,
+        // about four samples per column, windows off the data and stepped x.
+        const QStringList seeds = qEnvironmentVariable("KIV_DECIMATION_SEEDS").split(QLatin1Char('-'));
+        if (!seeds.first().isEmpty()) {
+            for (uint seed = seeds.first().toUInt(); seed <= seeds.last().toUInt(); ++seed)
+                addRandomRows(seed, 60, true);
         }
     }
 
