@@ -469,6 +469,8 @@ void KivSeriesRenderer::drawScope(const Mapping &m, quint64 slotCount)
 }
 
 // Plain lines, points and 1-value bars with more samples than about four per pixel column.
+// The models of lit pixels hold for one-pixel lines and points only: on a screen with more
+// device pixels per graph pixel, lines and points are drawn sample by sample.
 bool KivSeriesRenderer::reducible(int dims, int width) const
 {
     if (width <= 0 || v->count <= SamplesPerColumn * quint64(width))
@@ -476,7 +478,7 @@ bool KivSeriesRenderer::reducible(int dims, int width) const
     switch (v->style & KivDataStyleShapeMask) {
     case KivDataStyleLine:
     case KivDataStylePoints:
-        return dims < 3;
+        return dims < 3 && v->pixelRatio == 1.0;
     case KivDataStyleBar:
         return dims == 1;
     default:
@@ -751,7 +753,7 @@ KivSeriesRenderer::Light KivSeriesRenderer::segmentLights(const QPointF &a, cons
     const QPointF wa = windowPoint(a.x(), a.y());
     const QPointF wb = windowPoint(b.x(), b.y());
     KivLinePixels line{int(columns), int(rows)};
-    if (v->pixelRatio == 1.0 && wa.y() != std::floor(wa.y()) && wb.y() != std::floor(wb.y())
+    if (wa.y() != std::floor(wa.y()) && wb.y() != std::floor(wb.y())
         && line.setSegment(a.x(), a.y(), b.x(), b.y()))
         return line.lights(column, row) ? Light::Surely : Light::Never;
     return lights(wa, wb, QPointF(double(column) + 0.5, double(row) + 0.5));
@@ -999,13 +1001,13 @@ void KivSeriesRenderer::reduceLineColumn(const Mapping &m, quint64 from, quint64
 // A column lights every row between its top and bottom pixel: its inner segments become one
 // vertical run through the pixel centres, and only the segments next to the column's edges
 // (which may light the neighbouring column) and those that may or may not light an extreme
-// pixel are drawn as they are. Returns false where that does not hold (wide lines, rows
-// beyond the viewport, too many doubtful segments).
+// pixel are drawn as they are. Returns false where that does not hold (rows beyond the
+// viewport, too many doubtful segments).
 bool KivSeriesRenderer::runColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0,
                                   long column, double lo, double hi, const RowJudgement &top,
                                   const RowJudgement &bottom)
 {
-    if (v->pixelRatio != 1.0 || column < 0 || column >= columns || top.row < 0 || bottom.row >= rows
+    if (column < 0 || column >= columns || top.row < 0 || bottom.row >= rows
         || (!top.sure && top.doubts > RowJudgement::MaxDoubts)
         || (!bottom.sure && bottom.doubts > RowJudgement::MaxDoubts))
         return false;
@@ -1156,7 +1158,7 @@ void KivSeriesRenderer::keepAcrossEdge(const ColumnRun &left, ColumnRun &right)
     KivLinePixels line{int(columns), int(rows)};
     // Grows the runs over the segment's pixels, if they all lie next to or within them.
     auto absorb = [&](size_t k) {
-        if (v->pixelRatio != 1.0 || !kept || right.low > right.high
+        if (!kept || right.low > right.high
             || !line.setSegment(p[2 * k], p[2 * k + 1], p[2 * k + 2], p[2 * k + 3]))
             return false;
         ColumnRun grown[2] = {*kept, right};

@@ -56,7 +56,8 @@ struct KivSeriesDrawing
  * model cannot answer for are drawn as they are. Points
  * become one point or vertical segment per pixel or run of lit pixels, bars the ones that
  * cover a pixel centre. Only the visible part is visited for drawing. Smaller series,
- * markers, 3-value and non-monotonic 2-value lines are drawn sample by sample. Extents and
+ * markers, 3-value and non-monotonic 2-value lines, and lines and points wider than one
+ * device pixel, are drawn sample by sample. Extents and
  * the current value are the same either way, and an unchanged series is drawn again from
  * what its last reduction kept.
  */
