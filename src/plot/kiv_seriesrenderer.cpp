@@ -30,6 +30,8 @@ constexpr double SnapStep = 1.0 / 256.0;
 // Samples kept per extreme row of a line column (with their neighbours); a flat column may
 // have more, whose effect on that one pixel row is then approximated.
 constexpr size_t MaxRowSamples = 48;
+// Points up to this many device pixels wide are reduced.
+constexpr double MaxPointSize = 8.0;
 
 // std::round() (halves away from zero), exact, without the library call: the vertex snap
 // runs several times per sample.
@@ -469,16 +471,19 @@ void KivSeriesRenderer::drawScope(const Mapping &m, quint64 slotCount)
 }
 
 // Plain lines, points and 1-value bars with more samples than about four per pixel column.
-// The models of lit pixels hold for one-pixel lines and points only: on a screen with more
-// device pixels per graph pixel, lines and points are drawn sample by sample.
+// The line model holds for one-pixel lines only, the point model for points a whole number
+// of pixels wide: on a screen with more device pixels per graph pixel, lines (and points at a
+// fractional ratio) are drawn sample by sample.
 bool KivSeriesRenderer::reducible(int dims, int width) const
 {
     if (width <= 0 || v->count <= SamplesPerColumn * quint64(width))
         return false;
     switch (v->style & KivDataStyleShapeMask) {
     case KivDataStyleLine:
-    case KivDataStylePoints:
         return dims < 3 && v->pixelRatio == 1.0;
+    case KivDataStylePoints:
+        return dims < 3 && v->pixelRatio >= 1.0 && v->pixelRatio <= MaxPointSize
+               && v->pixelRatio == std::floor(v->pixelRatio);
     case KivDataStyleBar:
         return dims == 1;
     default:
@@ -554,7 +559,8 @@ void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end
     widenY(first, from);
     widenY(to, end);
 
-    if (reduction == Reduction::Bars) {
+    // Bars, and points wider than a pixel, are reduced sample by sample.
+    if (reduction == Reduction::Bars || (reduction == Reduction::Points && pointSize > 1)) {
         addSlots(m, from, to, first, slot0);
         return;
     }
@@ -1351,8 +1357,9 @@ void KivSeriesRenderer::startReduction(int width, int height)
     stripStarts.assign(1, 0);
     pendingTail.clear();
     pendingRun = ColumnRun{};
+    pointSize = int(v->pixelRatio);
     if (reduction == Reduction::Points)
-        rowColumn.assign(size_t(rows) + 2, LONG_MIN);
+        rowColumn.assign(size_t(rows + pointSize) + 1, LONG_MIN);
 }
 
 // Offers one drawn point or bar (device coordinates) to the reduction.
@@ -1363,15 +1370,24 @@ void KivSeriesRenderer::add(double x, double y)
     case Reduction::Line: // lines are reduced a column at a time
         return;
     case Reduction::Points: {
-        // One point per pixel; a point lights the pixel it lies in.
+        // One point per square of lit pixels: a point k pixels wide lights the pixel centres
+        // in (p - k / 2, p + k / 2] on each axis, the square whose last column and row hold
+        // p + k / 2 - 1 / 2 (at one pixel, the pixel the point lies in). A point whose centre
+        // leaves the viewport is clipped whole or in part: it is kept as it is and stands in
+        // for no other.
+        const double reach = 0.5 * double(pointSize - 1);
         const double py = (y + 1.0) * halfHeight;
-        if (!(px > -1.0 && px < double(columns) + 1.0 && py > -1.0 && py < double(rows) + 1.0))
+        const double ax = px + reach;
+        const double ay = py + reach;
+        if (!(ax > -1.0 && ax < double(columns + pointSize) && ay > -1.0 && ay < double(rows + pointSize)))
             return;
-        const double c = std::floor(px);
-        const double r = std::floor(py);
-        const double fx = px - c;
-        const double fy = py - r;
-        if (fx > EdgeMargin && fx < 1.0 - EdgeMargin && fy > EdgeMargin && fy < 1.0 - EdgeMargin) {
+        const double c = std::floor(ax);
+        const double r = std::floor(ay);
+        const double fx = ax - c;
+        const double fy = ay - r;
+        const bool inside = px > EdgeMargin && px < double(columns) - EdgeMargin && py > EdgeMargin
+                            && py < double(rows) - EdgeMargin;
+        if (inside && fx > EdgeMargin && fx < 1.0 - EdgeMargin && fy > EdgeMargin && fy < 1.0 - EdgeMargin) {
             long &lit = rowColumn[size_t(long(r) + 1)];
             if (lit == long(c))
                 return;

@@ -56,8 +56,8 @@ struct KivSeriesDrawing
  * model cannot answer for are drawn as they are. Points
  * become one point or vertical segment per pixel or run of lit pixels, bars the ones that
  * cover a pixel centre. Only the visible part is visited for drawing. Smaller series,
- * markers, 3-value and non-monotonic 2-value lines, and lines and points wider than one
- * device pixel, are drawn sample by sample. Extents and
+ * markers, 3-value and non-monotonic 2-value lines, lines wider than one device pixel and
+ * points of a fractional width are drawn sample by sample. Extents and
  * the current value are the same either way, and an unchanged series is drawn again from
  * what its last reduction kept.
  */
@@ -199,6 +199,7 @@ private:
     std::vector<double> xyX, xyY;
     const double *columnX = nullptr;
     ColumnRun pendingRun;
+    int pointSize = 1; // device pixels
     double halfWidth = 0.0, halfHeight = 0.0;
     long columns = 0, rows = 0;
 };

@@ -129,6 +129,8 @@ private slots:
         QTest::newRow("dense monotonic XY") << Series{0x1, 0, 1000000, Data::Monotonic, {-10, 1010, -2.5, 3.1}, QSize(640, 480), -1};
         QTest::newRow("sparse points") << Series{0x10, 0, 8000, Data::Noise, window, size, -1};
         QTest::newRow("XY points") << Series{0x11, 0, 300000, Data::Walk, {-300, 300, -7, 7}, size, -1};
+        // Points over the edges: a point clipped there stands in for no other.
+        QTest::newRow("points beyond the viewport") << Series{0x10, 0, 60950, Data::Noise, {-1.09, -0.38, 0.7, 3.6}, QSize(123, 99), -1};
         QTest::newRow("bars") << Series{0x20, 100000, 100000, Data::Noise, window, size, 5};
         QTest::newRow("zoomed window") << Series{0x0, 0, 1000000, Data::Gaps, {-0.31, -0.3, -3, 3}, size, -1};
         QTest::newRow("zoomed, sparse, odd size") << Series{0x0, 20000, 20000, Data::Noise, {-0.31, -0.3, -2.5, 3.1}, QSize(517, 333), -1};
