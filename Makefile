@@ -3,6 +3,9 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
 CMAKE_ARGS ?=
+# Tests share one Xvfb. Without -noreset the server resets whenever its last client leaves, and a
+# test connecting at that moment is dropped ("could not connect to display") under ctest -j.
+XVFB = xvfb-run -a -s "-screen 0 1280x1024x24 -noreset"
 
 .PHONY: deps configure build test demo ecg docs clean tsan asan fuzz
 
@@ -16,7 +19,7 @@ build: configure
 	cmake --build $(BUILD) -j $(JOBS)
 
 test: build
-	cd $(BUILD) && xvfb-run -a -s "-screen 0 1280x1024x24" ctest --output-on-failure -j $(JOBS)
+	cd $(BUILD) && $(XVFB) ctest --output-on-failure -j $(JOBS)
 
 demo: build
 	bash scripts/run-demo $(BUILD)
@@ -36,7 +39,7 @@ clean:
 tsan asan: deps
 	cmake -S . -B build-$@ -DKIV_SANITIZE=$(subst tsan,thread,$(subst asan,address,$@)) -DKIV_BUILD_BENCH=OFF -DKIV_BUILD_EXAMPLES=OFF
 	cmake --build build-$@ -j $(JOBS)
-	cd build-$@ && xvfb-run -a -s "-screen 0 1280x1024x24" ctest --output-on-failure -j $(JOBS) $(CTEST_ARGS)
+	cd build-$@ && $(XVFB) ctest --output-on-failure -j $(JOBS) $(CTEST_ARGS)
 
 # libFuzzer runs of the readers of untrusted input (clang), FUZZ_SECONDS per target:
 # `make fuzz`, or `make fuzz FUZZ_SECONDS=600` for a longer search.
