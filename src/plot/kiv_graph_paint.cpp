@@ -149,6 +149,9 @@ void KivGraph::paintGL()
     glUseProgram(0);
 
     drawBackground(nullptr);
+    // Hand each layer to the driver as soon as it is built: a software rasteriser clears and
+    // draws it on its own threads while this one reduces the series and lays out the text.
+    glFlush();
 
     velo::MatrixF<3, 2> box;
     for (int a = 0; a < 3; ++a) {
@@ -176,6 +179,7 @@ void KivGraph::paintGL()
         }
     }
 
+    glFlush();
     drawAfterGraphs(nullptr);
     glPopMatrix();
 
