@@ -30,6 +30,12 @@ constexpr double SnapStep = 1.0 / 256.0;
 // Samples kept per extreme row of a line column (with their neighbours); a flat column may
 // have more, whose effect on that one pixel row is then approximated.
 constexpr size_t MaxRowSamples = 48;
+// A fresh reduction is handed to GL in chunks: after this many primitives, or after this many
+// samples with some primitives waiting (each hand-over costs the driver about as much as
+// some hundred primitives).
+constexpr size_t ChunkPrimitives = 512;
+constexpr quint64 ChunkSamples = 32768;
+constexpr size_t MinChunkPrimitives = 64;
 // Points up to this many device pixels wide are reduced.
 constexpr double MaxPointSize = 8.0;
 
@@ -198,6 +204,8 @@ void KivSeriesRenderer::draw(const KivSeriesView &view, const velo::MatrixF<3, 2
     } else if (reduce) {
         buildSpans(scope ? 1 : dims);
         startReduction(width, height);
+        if (scope)
+            drawCursorLine((-1.0 + double(scopeCursor(slotCount)) * m.slot + m.ox) * m.sx);
         if (scope) {
             const quint64 cursor = scopeCursor(slotCount);
             const quint64 wrapAt = std::min(count, view.maxItemCount - cursor);
@@ -212,9 +220,11 @@ void KivSeriesRenderer::draw(const KivSeriesView &view, const velo::MatrixF<3, 2
             drawn = reduceXY(m);
         }
         if (drawn) {
-            if (!scope)
+            emitPending(m, false);
+            if (!scope) {
                 findCurrent(m, dims);
-            drawReduced(m, slotCount, dims);
+                drawCursorMark(m, slotCount, dims);
+            }
             replay = key;
             replayDrawing = result;
         }
@@ -242,7 +252,7 @@ void KivSeriesRenderer::drawReduced(const Mapping &m, quint64 slotCount, int dim
     const bool scope = v->maxItemCount > 0 && (v->style & 0x103) == KivDataStyleScope;
     if (scope)
         drawCursorLine((-1.0 + double(scopeCursor(slotCount)) * m.slot + m.ox) * m.sx);
-    emitReduced(m);
+    emitReduced(m, 0, kept.size() / 2, 0, runs.size());
     if (!scope)
         drawCursorMark(m, slotCount, dims);
 }
@@ -586,6 +596,7 @@ void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end
             reduceLineColumn(m, i, e, first, slot0);
         else
             reducePointColumn(m, i, e, first, slot0);
+        emitChunk(m, e - i);
         i = e;
     }
     flushPendingTail();
@@ -1286,6 +1297,7 @@ bool KivSeriesRenderer::reduceXYLine(const Mapping &m)
             e = to;
         }
         reduceLineColumn(m, i, e, 0, 0);
+        emitChunk(m, e - i);
         i = e;
     }
     flushPendingTail();
@@ -1357,6 +1369,9 @@ void KivSeriesRenderer::startReduction(int width, int height)
     stripStarts.assign(1, 0);
     pendingTail.clear();
     pendingRun = ColumnRun{};
+    emittedVertices = 0;
+    emittedRuns = 0;
+    chunkSamples = 0;
     pointSize = int(v->pixelRatio);
     if (reduction == Reduction::Points)
         rowColumn.assign(size_t(rows + pointSize) + 1, LONG_MIN);
@@ -1431,58 +1446,84 @@ void KivSeriesRenderer::startStrip()
 // The runs of lit pixels, within a GL_LINES batch: each a vertical segment through the pixel
 // centres, from a quarter into its first pixel to a quarter into the pixel above its last.
 // Under the diamond-exit rule it lights exactly the run.
-void KivSeriesRenderer::emitRuns() const
+void KivSeriesRenderer::emitRuns(size_t from, size_t to) const
 {
-    for (const ColumnRun &r : runs) {
+    for (size_t k = from; k < to; ++k) {
+        const ColumnRun &r = runs[k];
         const double x = (double(r.column) + 0.5) / halfWidth - 1.0;
         glVertex2d(x, (double(r.low) + 0.25) / halfHeight - 1.0);
         glVertex2d(x, (double(r.high + 1) + 0.25) / halfHeight - 1.0);
     }
 }
 
-void KivSeriesRenderer::emitReduced(const Mapping &m) const
+// What the reduction kept from vertex `vertexFrom` on (for a line, the segments that end
+// there or later) and runs `runFrom` .. `runTo` - 1.
+void KivSeriesRenderer::emitReduced(const Mapping &m, size_t vertexFrom, size_t vertexTo, size_t runFrom, size_t runTo) const
 {
-    const size_t n = kept.size() / 2;
+    const size_t n = vertexTo;
     const double *p = kept.data();
     switch (reduction) {
-    case Reduction::Line:
+    case Reduction::Line: {
         // One batch of separate segments: a strip lights the same pixels segment by segment.
         beginPrimitive(GL_LINES);
-        for (size_t s = 0; s < stripStarts.size(); ++s) {
-            const size_t end = s + 1 < stripStarts.size() ? stripStarts[s + 1] : n;
-            for (size_t k = stripStarts[s] + 1; k < end; ++k) {
-                glVertex2d(p[2 * k - 2], p[2 * k - 1]);
-                glVertex2d(p[2 * k], p[2 * k + 1]);
+        const size_t from = std::max<size_t>(vertexFrom, 1);
+        auto start = std::lower_bound(stripStarts.begin(), stripStarts.end(), from);
+        for (size_t k = from; k < n; ++k) {
+            if (start != stripStarts.end() && *start == k) {
+                ++start;
+                continue;
             }
+            glVertex2d(p[2 * k - 2], p[2 * k - 1]);
+            glVertex2d(p[2 * k], p[2 * k + 1]);
         }
-        emitRuns();
+        emitRuns(runFrom, runTo);
         glEnd();
         break;
+    }
     case Reduction::Points:
-        if (n > 0) {
+        if (n > vertexFrom) {
             beginPrimitive(GL_POINTS);
-            for (size_t k = 0; k < n; ++k)
+            for (size_t k = vertexFrom; k < n; ++k)
                 glVertex2d(p[2 * k], p[2 * k + 1]);
             glEnd();
         }
-        if (!runs.empty()) {
+        if (runTo > runFrom) {
             beginPrimitive(GL_LINES);
-            emitRuns();
+            emitRuns(runFrom, runTo);
             glEnd();
         }
         break;
     case Reduction::Bars: {
-        if (n == 0)
+        if (n <= vertexFrom)
             break;
         const double base = m.oy * m.sy;
         beginPrimitive(GL_QUADS);
-        for (size_t k = 0; k < n; ++k) {
-            const double x = p[2 * k];
-            const double y = p[2 * k + 1];
-            emitBar(x, y, base, barWidth);
-        }
+        for (size_t k = vertexFrom; k < n; ++k)
+            emitBar(p[2 * k], p[2 * k + 1], base, barWidth);
         glEnd();
         break;
     }
     }
+}
+
+// `holdLast`: the last run may still grow over the segments across its right edge.
+void KivSeriesRenderer::emitPending(const Mapping &m, bool holdLast)
+{
+    const size_t runTo = holdLast && !runs.empty() ? runs.size() - 1 : runs.size();
+    emitReduced(m, emittedVertices, kept.size() / 2, emittedRuns, runTo);
+    emittedVertices = kept.size() / 2;
+    emittedRuns = runTo;
+}
+
+// A long reduction hands what it has kept to the driver a chunk at a time, so that a
+// software rasteriser draws it while the rest is reduced.
+void KivSeriesRenderer::emitChunk(const Mapping &m, quint64 samples)
+{
+    chunkSamples += samples;
+    const size_t pending = kept.size() / 2 - emittedVertices + runs.size() - emittedRuns;
+    if (pending < ChunkPrimitives && (pending < MinChunkPrimitives || chunkSamples < ChunkSamples))
+        return;
+    emitPending(m, true);
+    glFlush();
+    chunkSamples = 0;
 }

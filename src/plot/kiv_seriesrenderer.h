@@ -58,8 +58,8 @@ struct KivSeriesDrawing
  * cover a pixel centre. Only the visible part is visited for drawing. Smaller series,
  * markers, 3-value and non-monotonic 2-value lines, lines wider than one device pixel and
  * points of a fractional width are drawn sample by sample. Extents and
- * the current value are the same either way, and an unchanged series is drawn again from
- * what its last reduction kept.
+ * the current value are the same either way. A long reduction reaches GL in chunks as it
+ * goes, and an unchanged series is drawn again from what its last reduction kept.
  */
 class KivSeriesRenderer
 {
@@ -153,8 +153,10 @@ private:
     void add(double x, double y);
     void breakStrip();
     void keep(double x, double y);
-    void emitReduced(const Mapping &m) const;
-    void emitRuns() const;
+    void emitReduced(const Mapping &m, size_t vertexFrom, size_t vertexTo, size_t runFrom, size_t runTo) const;
+    void emitRuns(size_t from, size_t to) const;
+    void emitPending(const Mapping &m, bool holdLast);
+    void emitChunk(const Mapping &m, quint64 samples);
 
     // What a reduced drawing depends on besides the stored values (the colour is applied when
     // it is drawn).
@@ -195,6 +197,9 @@ private:
     std::vector<std::pair<quint64, quint64>> pieces; // a column's runs of samples between gaps
     std::vector<quint64> asIs;        // inner samples of a run column whose segments are drawn as they are
     std::vector<Kept> picks;          // a line column reduced sample by sample: what it keeps
+    size_t emittedVertices = 0;       // kept vertices and runs already handed to GL
+    size_t emittedRuns = 0;
+    quint64 chunkSamples = 0;         // samples reduced since the last chunk
     // A 2-value line being reduced: drawn x and y of each sample, and the x the columns use.
     std::vector<double> xyX, xyY;
     const double *columnX = nullptr;
