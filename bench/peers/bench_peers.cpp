@@ -49,6 +49,7 @@ double medianMs(int frames, const std::function<void()>& frame, const double* ti
 }
 
 // Every sample in one immediate-mode strip (or points): the cost of not reducing at all.
+// Without samples it only clears: the least any GL frame costs here.
 class GLStrip : public QOpenGLWidget, protected QOpenGLFunctions
 {
 public:
@@ -63,12 +64,14 @@ protected:
         t.start();
         glClearColor(1.0f, 1.0f, 1.0f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT);
-        glColor3d(0.0, 0.35, 0.8);
-        glBegin(m_points ? GL_POINTS : GL_LINE_STRIP);
-        const double sx = 2.0 / double(m_y.size() - 1);
-        for (size_t i = 0; i < m_y.size(); ++i)
-            glVertex2d(-1.0 + double(i) * sx, m_y[i] / 12.0);
-        glEnd();
+        if (!m_y.empty()) {
+            glColor3d(0.0, 0.35, 0.8);
+            glBegin(m_points ? GL_POINTS : GL_LINE_STRIP);
+            const double sx = 2.0 / double(m_y.size() - 1);
+            for (size_t i = 0; i < m_y.size(); ++i)
+                glVertex2d(-1.0 + double(i) * sx, m_y[i] / 12.0);
+            glEnd();
+        }
         glFinish();
         lastMs = t.nsecsElapsed() / 1e6;
     }
@@ -331,6 +334,15 @@ int main(int argc, char** argv)
         std::printf("%-7s %9ld %10s %10.2f %9s %8s %8.2f %10.2f\n", "live", n, "-", r.qcpAdaptive, "-", "-", r.kiv,
                     r.kiv / r.qcpAdaptive);
         std::fflush(stdout);
+    }
+    {
+        const std::vector<double> none;
+        GLStrip clear(none, false);
+        clear.resize(Width, Height);
+        clear.show();
+        QCoreApplication::processEvents();
+        std::printf("\nGL floor: a frame that only clears the %d x %d framebuffer takes %.2f ms\n", Width, Height,
+                    medianMs(25, [&] { clear.grabFramebuffer(); }, &clear.lastMs));
     }
     appendRates();
     bulkAppendRates();
