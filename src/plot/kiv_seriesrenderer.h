@@ -155,6 +155,8 @@ private:
     void keep(double x, double y);
     void emitReduced(const Mapping &m, size_t vertexFrom, size_t vertexTo, size_t runFrom, size_t runTo) const;
     void emitRuns(size_t from, size_t to) const;
+    void emitSharedRuns(size_t from, size_t to) const;
+    bool sharedRows(size_t k, size_t to, long &low, long &high) const;
     void emitPending(const Mapping &m, bool holdLast);
     void emitChunk(const Mapping &m, quint64 samples);
 
