@@ -506,7 +506,7 @@ void KivGraphPrivate::drawForegroundLabels(QPainter* painter, const velo::Matrix
                 else
                     text = kivclamp::sampleNumber(position);
             } else {
-                text = QString::asprintf(fmt, v);
+                text = kivclamp::axisNumber(fmt, v, step);
             }
             const QRect r = axisLabels.boundingRect(painter, text);
             const int column = kivclamp::pixel(w * (gx + 1.0) * 0.5);
@@ -534,7 +534,7 @@ void KivGraphPrivate::drawForegroundLabels(QPainter* painter, const velo::Matrix
             if (!(gy - last > 30.0 / h))
                 continue;
             last = gy;
-            const QString text = QString::asprintf(fmt, v);
+            const QString text = kivclamp::axisNumber(fmt, v, step);
             const QRect r = axisLabels.boundingRect(painter, text);
             const int row = kivclamp::pixel(h - (gy + 1.0) * h * 0.5);
             // Just above its grid line, kept inside the widget.

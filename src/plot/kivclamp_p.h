@@ -35,6 +35,13 @@ inline QString sampleNumber(double v)
     return QString::number(position(v));
 }
 
+// The text of the axis label at `v` on a grid of `step`: the label walk adds steps, so the
+// label at zero can arrive a hair below it, where printf would write "-0.0".
+inline QString axisNumber(const char* format, double v, double step)
+{
+    return QString::asprintf(format, std::fabs(v) < std::fabs(step) * 1e-9 ? 0.0 : v);
+}
+
 } // namespace kivclamp
 
 #endif // KIVCLAMP_P_H

@@ -3,6 +3,7 @@
 
 #include "glfeedback.h"
 #include "graphtesthelpers.h"
+#include "kivclamp_p.h"
 
 #include <QtTest>
 
@@ -69,6 +70,21 @@ private slots:
             ::decimalsToFmt(c.min, c.max, c.decimals, fmt);
             QCOMPARE(QByteArray(fmt), QByteArray(c.format));
         }
+    }
+
+    // Labels are written at first + k steps, summed: the one at zero reads "0.0", never "-0.0"
+    // (y from -1 to 1 on a 600-pixel graph has a step of 0.2 and a first label of -1).
+    void zeroLabel()
+    {
+        const struct { double min, step; } cases[] = { { -1.0, 0.2 }, { -0.7, 0.1 }, { -2.4, 0.2 }, { -3e-6, 1e-6 } };
+        for (const auto& c : cases) {
+            double v = std::ceil(c.min / c.step) * c.step;
+            while (v < -0.5 * c.step)
+                v += c.step;
+            QCOMPARE(kivclamp::axisNumber("%.1f", v, c.step), QStringLiteral("0.0"));
+        }
+        QCOMPARE(kivclamp::axisNumber("%.1f", -0.2, 0.2), QStringLiteral("-0.2"));
+        QCOMPARE(kivclamp::axisNumber("%.2e", -1e-12, 1.0), QStringLiteral("0.00e+00"));
     }
 
     // The display range of -10 .. 20 data units, and whether the axis then shows imperial units.
