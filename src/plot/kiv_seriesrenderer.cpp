@@ -207,10 +207,10 @@ void KivSeriesRenderer::draw(const KivSeriesView &view, const velo::MatrixF<3, 2
     } else if (reduce) {
         buildSpans(scope ? 1 : dims);
         startReduction(width, height);
-        if (scope)
-            drawCursorLine((-1.0 + double(scopeCursor(slotCount)) * m.slot + m.ox) * m.sx);
         if (scope) {
             const quint64 cursor = scopeCursor(slotCount);
+            // Under the series, which reach GL while they are reduced.
+            drawCursorLine((-1.0 + double(cursor) * m.slot + m.ox) * m.sx);
             const quint64 wrapAt = std::min(count, view.maxItemCount - cursor);
             reduceSlots(m, 0, wrapAt, cursor);
             breakStrip(); // no line crosses the graph at the wrap
@@ -1524,7 +1524,8 @@ void KivSeriesRenderer::emitSharedRuns(size_t from, size_t to) const
 
 // What the reduction kept from vertex `vertexFrom` on (for a line, the segments that end
 // there or later) and runs `runFrom` .. `runTo` - 1.
-void KivSeriesRenderer::emitReduced(const Mapping &m, size_t vertexFrom, size_t vertexTo, size_t runFrom, size_t runTo) const
+void KivSeriesRenderer::emitReduced(const Mapping &m, size_t vertexFrom, size_t vertexTo, size_t runFrom,
+                                    size_t runTo) const
 {
     const size_t n = vertexTo;
     const double *p = kept.data();
