@@ -27,6 +27,7 @@ constexpr double Gap = KivGap;
 constexpr double LineEdgeMargin = 1.0 / 128.0;
 // The rasteriser's sub-pixel grid.
 constexpr double SnapStep = 1.0 / 256.0;
+constexpr long StepsPerPixel = 256;
 // Samples kept per extreme row of a line column (with their neighbours); a flat column may
 // have more, whose effect on that one pixel row is then approximated.
 constexpr size_t MaxRowSamples = 48;
@@ -687,10 +688,10 @@ void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint6
             const double steps = roundHalfAway(double(wy) / SnapStep);
             if (!(steps > -1.0 / SnapStep && steps < rowsInSteps))
                 continue;
-            const double r = std::floor(steps * SnapStep);
-            const double fy = steps * SnapStep - r;
-            if (fy >= SnapStep && fy <= 1.0 - SnapStep) {
-                const long row = long(r);
+            // Whole steps: the row and the step within it, exactly (steps > -256).
+            const long whole = long(steps);
+            const long row = whole < 0 ? -1 : whole / StepsPerPixel;
+            if (whole - row * StepsPerPixel != 0) {
                 rowColumn[size_t(row + 1)] = c;
                 litLow = std::min(litLow, row);
                 litHigh = std::max(litHigh, row);
