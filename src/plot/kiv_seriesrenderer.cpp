@@ -211,7 +211,7 @@ void KivSeriesRenderer::draw(const KivSeriesView &view, const velo::MatrixF<3, 2
         if (scope) {
             const quint64 cursor = scopeCursor(slotCount);
             // Under the series, which reach GL while they are reduced.
-            drawCursorLine((-1.0 + double(cursor) * m.slot + m.ox) * m.sx);
+            drawCursorLine(m.slotX(double(cursor)));
             const quint64 wrapAt = std::min(count, view.maxItemCount - cursor);
             reduceSlots(m, 0, wrapAt, cursor);
             breakStrip(); // no line crosses the graph at the wrap
@@ -255,8 +255,8 @@ void KivSeriesRenderer::drawReduced(const Mapping &m, quint64 slotCount, int dim
 {
     const bool scope = v->maxItemCount > 0 && (v->style & 0x103) == KivDataStyleScope;
     if (scope)
-        drawCursorLine((-1.0 + double(scopeCursor(slotCount)) * m.slot + m.ox) * m.sx);
-    emitReduced(m, 0, kept.size() / 2, 0, runs.size());
+        drawCursorLine(m.slotX(double(scopeCursor(slotCount))));
+    emitReduced(m, 0, 0, runs.size());
     if (!scope)
         drawCursorMark(m, slotCount, dims);
 }
@@ -339,7 +339,7 @@ void KivSeriesRenderer::drawCursorMark(const Mapping &m, quint64 slotCount, int 
     if (offset < 0 || quint64(offset) > slotCount)
         return;
     if (dims == 1) {
-        drawCursorLine((-1.0 + double(offset) * m.slot + m.ox) * m.sx);
+        drawCursorLine(m.slotX(double(offset)));
     } else if (out->hasCurrent) {
         const double x = out->currentPosition.x();
         const double y = out->currentPosition.y();
@@ -395,7 +395,7 @@ void KivSeriesRenderer::drawSeries(const Mapping &m)
             }
             double x, y;
             if (D == 1) {
-                x = (-1.0 + double(i) * m.slot + m.ox) * m.sx;
+                x = m.slotX(double(i));
                 y = (p[0] + m.oy) * m.sy;
                 mm[2] = std::min(mm[2], p[0]);
                 mm[3] = std::max(mm[3], p[0]);
@@ -440,7 +440,7 @@ void KivSeriesRenderer::drawScope(const Mapping &m, quint64 slotCount)
     const double base = m.oy * m.sy;
 
     const quint64 cursor = scopeCursor(slotCount);
-    drawCursorLine((-1.0 + double(cursor) * m.slot + m.ox) * m.sx);
+    drawCursorLine(m.slotX(double(cursor)));
 
     const quint64 wrapAt = v->maxItemCount > cursor ? v->maxItemCount - cursor : 0;
     bool open = false;
@@ -469,7 +469,7 @@ void KivSeriesRenderer::drawScope(const Mapping &m, quint64 slotCount)
                 beginPrimitive(prim);
                 open = true;
             }
-            const double x = (-1.0 + double(slot) * m.slot + m.ox) * m.sx;
+            const double x = m.slotX(double(slot));
             const double y = (val + m.oy) * m.sy;
             if (bar) {
                 emitBar(x, y, base, barWidth);
@@ -582,12 +582,12 @@ void KivSeriesRenderer::reduceSlots(const Mapping &m, quint64 first, quint64 end
     const double pixelsPerSample = m.slot * m.sx * halfWidth;
     quint64 i = from;
     while (i < to) {
-        const double px = ((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx + 1.0) * halfWidth;
+        const double px = (m.slotX(double(slot0 + (i - first))) + 1.0) * halfWidth;
         quint64 e = to;
         if (px < double(columns)) {
             const double edge = px < 0.0 ? 0.0 : std::floor(px) + 1.0;
             auto before = [&](quint64 k) {
-                return ((-1.0 + double(slot0 + (k - first)) * m.slot + m.ox) * m.sx + 1.0) * halfWidth < edge;
+                return (m.slotX(double(slot0 + (k - first))) + 1.0) * halfWidth < edge;
             };
             const double guess = double(i) + std::ceil((edge - px) / pixelsPerSample);
             e = guess >= double(to) ? to : std::max(i + 1, quint64(guess));
@@ -632,7 +632,7 @@ void KivSeriesRenderer::addSlots(const Mapping &m, quint64 from, quint64 to, qui
             mm[2] = std::min(mm[2], val);
             mm[3] = std::max(mm[3], val);
             const quint64 i = i0 + k;
-            add((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx, (val + m.oy) * m.sy);
+            add(m.slotX(double(slot0 + (i - first))), (val + m.oy) * m.sy);
         }
     });
 }
@@ -650,7 +650,7 @@ QPointF KivSeriesRenderer::windowPoint(double x, double y) const
 // points near a pixel edge are all drawn.
 void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint64 to, quint64 first, quint64 slot0)
 {
-    const double x = (-1.0 + double(slot0 + (from - first)) * m.slot + m.ox) * m.sx;
+    const double x = m.slotX(double(slot0 + (from - first)));
     const double px = (x + 1.0) * halfWidth;
     if (!(px > -1.0 && px < double(columns) + 1.0)) {
         addSlots(m, from, to, first, slot0); // off the viewport: extents only
@@ -664,7 +664,7 @@ void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint6
     // The first and last samples of a column lie nearest its edges; a point a sub-pixel step
     // inside its pixel once snapped lights that pixel.
     auto safeX = [&](quint64 i) {
-        const double fx = windowPoint((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx, 0.0).x() - double(c);
+        const double fx = windowPoint(m.slotX(double(slot0 + (i - first))), 0.0).x() - double(c);
         return fx >= SnapStep && fx <= 1.0 - SnapStep;
     };
     quint64 innerFrom = from;
@@ -698,7 +698,7 @@ void KivSeriesRenderer::reducePointColumn(const Mapping &m, quint64 from, quint6
                 continue;
             }
             const quint64 i = i0 + k;
-            keep((-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx, (val + m.oy) * m.sy);
+            keep(m.slotX(double(slot0 + (i - first))), (val + m.oy) * m.sy);
         }
     });
     mm[2] = lo;
@@ -1233,7 +1233,7 @@ long KivSeriesRenderer::rowOfValue(const Mapping &m, double val) const
 // Drawn x of sample i: its slot in a time series, its own x in a 2-value line.
 double KivSeriesRenderer::xAt(const Mapping &m, quint64 i, quint64 first, quint64 slot0) const
 {
-    return columnX ? columnX[i] : (-1.0 + double(slot0 + (i - first)) * m.slot + m.ox) * m.sx;
+    return columnX ? columnX[i] : m.slotX(double(slot0 + (i - first)));
 }
 
 // A 2-value line whose x never decreases is reduced column by column as a time series is:
@@ -1350,7 +1350,7 @@ void KivSeriesRenderer::findCurrent(const Mapping &m, int dims)
         } while (isGap(p));
     }
     if (dims == 1)
-        out->currentPosition = QPointF((-1.0 + double(i) * m.slot + m.ox) * m.sx, (p[0] + m.oy) * m.sy);
+        out->currentPosition = QPointF(m.slotX(double(i)), (p[0] + m.oy) * m.sy);
     else
         out->currentPosition = QPointF((p[0] + m.ox) * m.sx, (p[1] + m.oy) * m.sy);
     setCurrentText(p, dims);
@@ -1468,9 +1468,10 @@ bool KivSeriesRenderer::sharedRows(size_t k, size_t to, long &low, long &high) c
 // The runs of lit pixels, within a GL_LINES batch: each a vertical segment through the pixel
 // centres, from a quarter into its first pixel to a quarter into the pixel above its last.
 // Under the diamond-exit rule it lights exactly the run. The rows that four runs of a block
-// column share are left to emitSharedRuns().
-void KivSeriesRenderer::emitRuns(size_t from, size_t to) const
+// column share are left to emitSharedRuns(); returns whether there are any.
+bool KivSeriesRenderer::emitRuns(size_t from, size_t to) const
 {
+    bool shared = false;
     auto segment = [&](long column, long low, long high) {
         const double x = (double(column) + 0.5) / halfWidth - 1.0;
         glVertex2d(x, (double(low) + 0.25) / halfHeight - 1.0);
@@ -1490,7 +1491,9 @@ void KivSeriesRenderer::emitRuns(size_t from, size_t to) const
             if (r.high > high)
                 segment(r.column, high + 1, r.high);
         }
+        shared = true;
     }
+    return shared;
 }
 
 // The rows shared by four runs of a block column, as one rectangle on pixel edges in a
@@ -1498,7 +1501,7 @@ void KivSeriesRenderer::emitRuns(size_t from, size_t to) const
 // blocks where a software rasteriser shades a thin line a pixel column at a time.
 void KivSeriesRenderer::emitSharedRuns(size_t from, size_t to) const
 {
-    bool begun = false;
+    beginPrimitive(GL_QUADS);
     for (size_t k = from; k < to;) {
         long low, high;
         if (!sharedRows(k, to, low, high)) {
@@ -1509,26 +1512,20 @@ void KivSeriesRenderer::emitSharedRuns(size_t from, size_t to) const
         const double x1 = double(runs[k].column + BlockColumns) / halfWidth - 1.0;
         const double y0 = double(low) / halfHeight - 1.0;
         const double y1 = double(high + 1) / halfHeight - 1.0;
-        if (!begun) {
-            beginPrimitive(GL_QUADS);
-            begun = true;
-        }
         glVertex2d(x0, y0);
         glVertex2d(x1, y0);
         glVertex2d(x1, y1);
         glVertex2d(x0, y1);
         k += BlockColumns;
     }
-    if (begun)
-        glEnd();
+    glEnd();
 }
 
 // What the reduction kept from vertex `vertexFrom` on (for a line, the segments that end
 // there or later) and runs `runFrom` .. `runTo` - 1.
-void KivSeriesRenderer::emitReduced(const Mapping &m, size_t vertexFrom, size_t vertexTo, size_t runFrom,
-                                    size_t runTo) const
+void KivSeriesRenderer::emitReduced(const Mapping &m, size_t vertexFrom, size_t runFrom, size_t runTo) const
 {
-    const size_t n = vertexTo;
+    const size_t n = kept.size() / 2;
     const double *p = kept.data();
     switch (reduction) {
     case Reduction::Line: {
@@ -1544,9 +1541,10 @@ void KivSeriesRenderer::emitReduced(const Mapping &m, size_t vertexFrom, size_t 
             glVertex2d(p[2 * k - 2], p[2 * k - 1]);
             glVertex2d(p[2 * k], p[2 * k + 1]);
         }
-        emitRuns(runFrom, runTo);
+        const bool shared = emitRuns(runFrom, runTo);
         glEnd();
-        emitSharedRuns(runFrom, runTo);
+        if (shared)
+            emitSharedRuns(runFrom, runTo);
         break;
     }
     case Reduction::Points:
@@ -1558,9 +1556,10 @@ void KivSeriesRenderer::emitReduced(const Mapping &m, size_t vertexFrom, size_t 
         }
         if (runTo > runFrom) {
             beginPrimitive(GL_LINES);
-            emitRuns(runFrom, runTo);
+            const bool shared = emitRuns(runFrom, runTo);
             glEnd();
-            emitSharedRuns(runFrom, runTo);
+            if (shared)
+                emitSharedRuns(runFrom, runTo);
         }
         break;
     case Reduction::Bars: {
@@ -1580,7 +1579,7 @@ void KivSeriesRenderer::emitReduced(const Mapping &m, size_t vertexFrom, size_t 
 void KivSeriesRenderer::emitPending(const Mapping &m, bool holdLast)
 {
     const size_t runTo = holdLast && !runs.empty() ? runs.size() - 1 : runs.size();
-    emitReduced(m, emittedVertices, kept.size() / 2, emittedRuns, runTo);
+    emitReduced(m, emittedVertices, emittedRuns, runTo);
     emittedVertices = kept.size() / 2;
     emittedRuns = runTo;
 }

@@ -80,6 +80,8 @@ private:
     {
         double sx, ox, sy, oy, sz, oz;
         double slot; // 1-value layout: slot width in data units of the -1 .. 1 window
+        // Drawn x of 1-value slot `s`.
+        double slotX(double s) const { return (-1.0 + s * slot + ox) * sx; }
     };
     // Run of stored samples: `n` samples from `p`, the first being sample `first`.
     struct Span
@@ -153,8 +155,8 @@ private:
     void add(double x, double y);
     void breakStrip();
     void keep(double x, double y);
-    void emitReduced(const Mapping &m, size_t vertexFrom, size_t vertexTo, size_t runFrom, size_t runTo) const;
-    void emitRuns(size_t from, size_t to) const;
+    void emitReduced(const Mapping &m, size_t vertexFrom, size_t runFrom, size_t runTo) const;
+    bool emitRuns(size_t from, size_t to) const;
     void emitSharedRuns(size_t from, size_t to) const;
     bool sharedRows(size_t k, size_t to, long &low, long &high) const;
     void emitPending(const Mapping &m, bool holdLast);
